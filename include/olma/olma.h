@@ -1,0 +1,10 @@
+// The umbrella header: every public header of the library.
+#pragma once
+
+#include "olma/core/byte_vector.h"
+#include "olma/core/error_categories.h"
+#include "olma/core/export.h"
+#include "olma/core/finally.h"
+#include "olma/core/format.h"
+#include "olma/core/log.h"
+#include "olma/core/message.h"
