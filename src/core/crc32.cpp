@@ -97,7 +97,7 @@ __attribute__((target("pclmul"))) inline __m128i Fold(__m128i lane, __m128i k, _
 // x^64 for the 64-bit step, and the polynomial with its Barrett quotient floor(x^64 / P).
 // `size` must be a multiple of 16 and at least kClmulMinimum.
 __attribute__((target("pclmul"))) std::uint32_t UpdateClmul(std::uint32_t crc, const unsigned char* p,
-                                                             std::size_t size) {
+                                                            std::size_t size) {
   const __m128i foldBy4 = _mm_set_epi64x(0x01c6e41596, 0x0154442bd4);
   const __m128i foldBy1 = _mm_set_epi64x(0x00ccaa009e, 0x01751997d0);
   const __m128i fold64 = _mm_set_epi64x(0, 0x0163cd6124);
@@ -198,7 +198,8 @@ std::string CRC32::Hexdigest() const {
   static constexpr char kDigits[] = "0123456789abcdef";
   const std::uint32_t value = checksum();
   std::string text(8, '0');
-  for (int i = 7, shift = 0; i >= 0; --i, shift += 4) text[static_cast<std::size_t>(i)] = kDigits[(value >> shift) & 0xFu];
+  for (int i = 7, shift = 0; i >= 0; --i, shift += 4)
+    text[static_cast<std::size_t>(i)] = kDigits[(value >> shift) & 0xFu];
   return text;
 }
 

@@ -1,5 +1,7 @@
 #include "olma/core/date_time.h"
 
+#include <cstring>
+
 #include <boost/date_time/gregorian/gregorian_types.hpp>
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 
@@ -85,26 +87,35 @@ inline void WriteDigits(char* p, unsigned value, int count) {
 
 constexpr std::size_t kTextSize = 24;  // "YYYY-MM-DDTHH:MM:SS.mmmZ"
 
-// Renders the instant `secondsFloor` (seconds since the epoch rounded down, within the
-// valid range) with the given three millisecond digits into `text`, reusing its buffer.
-void Render(std::int64_t secondsFloor, const char* millis, std::string& text) {
-  const std::int64_t days = FloorDiv(secondsFloor, kSecondsPerDay);
-  auto secondOfDay = static_cast<unsigned>(secondsFloor - days * kSecondsPerDay);
-  const CivilDate date = CivilFromDays(days);
+struct TimeOfDay {
+  unsigned hours;
+  unsigned minutes;
+  unsigned seconds;
+};
 
-  char buffer[kTextSize] = {'0', '0', '0', '0', '-', '0', '0', '-', '0', '0', 'T', '0',
-                            '0', ':', '0', '0', ':', '0', '0', '.', '0', '0', '0', 'Z'};
+// Writes the canonical text of the given UTC fields and millisecond digits into `text`.
+void RenderFields(const CivilDate& date, const TimeOfDay& time, const char* millis, std::string& text) {
+  // Every DateTime already holds a 24-character text, so it is overwritten in place; only
+  // a moved-from one needs its buffer back.
+  if (text.size() != kTextSize) text.resize(kTextSize);
+  char* const buffer = text.data();
+  std::memcpy(buffer, "0000-00-00T00:00:00.000Z", kTextSize);
   WriteDigits(buffer, date.year, 4);
   WriteDigits(buffer + 5, date.month, 2);
   WriteDigits(buffer + 8, date.day, 2);
-  WriteDigits(buffer + 11, secondOfDay / 3600, 2);
-  secondOfDay %= 3600;
-  WriteDigits(buffer + 14, secondOfDay / 60, 2);
-  WriteDigits(buffer + 17, secondOfDay % 60, 2);
-  buffer[20] = millis[0];
-  buffer[21] = millis[1];
-  buffer[22] = millis[2];
-  text.assign(buffer, kTextSize);
+  WriteDigits(buffer + 11, time.hours, 2);
+  WriteDigits(buffer + 14, time.minutes, 2);
+  WriteDigits(buffer + 17, time.seconds, 2);
+  std::memcpy(buffer + 20, millis, 3);
+}
+
+// The same for the instant `secondsFloor` (seconds since the epoch rounded down, within the
+// valid range).
+void Render(std::int64_t secondsFloor, const char* millis, std::string& text) {
+  const std::int64_t days = FloorDiv(secondsFloor, kSecondsPerDay);
+  const auto secondOfDay = static_cast<unsigned>(secondsFloor - days * kSecondsPerDay);
+  RenderFields(CivilFromDays(days), {secondOfDay / 3600, secondOfDay % 3600 / 60, secondOfDay % 60}, millis,
+               text);
 }
 
 }  // namespace
@@ -112,7 +123,8 @@ void Render(std::int64_t secondsFloor, const char* millis, std::string& text) {
 DateTime::DateTime() : text_("1970-01-01T00:00:00.000Z") {}
 
 bool DateTime::FromExactMicroSeconds(std::int64_t microseconds, DateTime& out) {
-  if (microseconds < kMinSeconds * kMicrosPerSecond || microseconds > (kMaxSeconds + 1) * kMicrosPerSecond - 1) {
+  if (microseconds < kMinSeconds * kMicrosPerSecond ||
+      microseconds > (kMaxSeconds + 1) * kMicrosPerSecond - 1) {
     return false;
   }
   const std::int64_t secondsFloor = FloorDiv(microseconds, kMicrosPerSecond);
@@ -195,10 +207,15 @@ bool DateTime::FromText(std::string_view text, DateTime& out) {
   }
 
   // A leap second and the zone offset both carry into the date through the day number.
-  const std::int64_t secondsFloor = DaysFromCivil(year, month, day) * kSecondsPerDay + hours * 3600 +
-                                    minutes * 60 + secs + zoneSeconds;
+  const std::int64_t secondsFloor =
+      DaysFromCivil(year, month, day) * kSecondsPerDay + hours * 3600 + minutes * 60 + secs + zoneSeconds;
   if (secondsFloor < kMinSeconds || secondsFloor > kMaxSeconds) return false;
-  Render(secondsFloor, millis, out.text_);
+  if (zoneSeconds == 0 && secs < 60) {
+    // Already UTC and nothing carries: the fields are the canonical ones.
+    RenderFields({year, month, day}, {hours, minutes, secs}, millis, out.text_);
+  } else {
+    Render(secondsFloor, millis, out.text_);
+  }
   // Truncation toward zero: before the epoch a fraction moves the instant one second up.
   const bool hasFraction = millis[0] != '0' || millis[1] != '0' || millis[2] != '0';
   out.seconds_ = secondsFloor + (secondsFloor < 0 && hasFraction ? 1 : 0);

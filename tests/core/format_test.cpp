@@ -11,7 +11,9 @@ namespace {
 
 using Olma::Format;
 
-std::error_code MoreSpecifiers() { return {3, Olma::GetFormatCategory()}; }
+std::error_code MoreSpecifiers() {
+  return {3, Olma::GetFormatCategory()};
+}
 
 // Formats with two arguments (an int and a string) and reports the error code.
 std::string FormatTwo(std::string_view tmpl, std::error_code& ec) {
@@ -167,10 +169,21 @@ TEST(PrintfLikeFmtToOlmaFmt, ConvertsPlainForms) {
     const char* printf_form;
     const char* brace_form;
   } const cases[] = {
-      {"%s", "{}"},         {"%d", "{}"},          {"%5d", "{:5}"},  {"%x", "{:x}"},
-      {"%5x", "{:5x}"},     {"%2$s", "{2}"},       {"%2$5d", "{2:5}"}, {"%1$x", "{1:x}"},
-      {"%5.2f", "{:52}"},   {"100%%", "100%"},     {"a %s b %d c", "a {} b {} c"},
-      {"%ld", "{{}"},       {"{%s}", "{{}}"},      {"%5", "{"},      {"%0$s", "{}"},
+      {"%s", "{}"},
+      {"%d", "{}"},
+      {"%5d", "{:5}"},
+      {"%x", "{:x}"},
+      {"%5x", "{:5x}"},
+      {"%2$s", "{2}"},
+      {"%2$5d", "{2:5}"},
+      {"%1$x", "{1:x}"},
+      {"%5.2f", "{:52}"},
+      {"100%%", "100%"},
+      {"a %s b %d c", "a {} b {} c"},
+      {"%ld", "{{}"},
+      {"{%s}", "{{}}"},
+      {"%5", "{"},
+      {"%0$s", "{}"},
       {"%99999999999$s", "{}"},
   };
   for (const Case& c : cases) {

@@ -24,10 +24,11 @@ TEST(Message, CatalogueTemplatesAreFilledAndArgumentsRendered) {
   EXPECT_THAT(level.args(), ElementsAre("10"));
 
   const std::string name = "s";
-  const Message<CoreTag> union_case("olma.data.union.invalid.case.state.isnotset", name, std::string_view("kind"),
-                                    "A", 42LL);
+  const Message<CoreTag> union_case("olma.data.union.invalid.case.state.isnotset", name,
+                                    std::string_view("kind"), "A", 42LL);
   EXPECT_EQ(union_case.defaultMessage(),
-            "In the structure 's', the field 'kind' is set to 'A'. Therefore, the field '42' must be set, but it is "
+            "In the structure 's', the field 'kind' is set to 'A'. Therefore, the field '42' must be set, "
+            "but it is "
             "not.");
   EXPECT_THAT(union_case.args(), ElementsAre("s", "kind", "A", "42"));
 }

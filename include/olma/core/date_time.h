@@ -23,11 +23,11 @@
 // "corrected" to the usual ISO 8601 one. Seconds may be 60 (a leap second), which carries
 // into the next minute. Nothing may follow the zone.
 //
-// DateTime is a plain value type: copy it freely. All operations are thread safe; none
+// DateTime is a plain value type: copy it freely and read it from any number of threads;
+// filling one object from two threads at once needs outside synchronisation. Nothing here
 // throws apart from std::bad_alloc when the text cannot be allocated.
 #pragma once
 
-#include <boost/date_time/posix_time/ptime.hpp>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -36,6 +36,8 @@
 #include <string_view>
 #include <system_error>
 #include <type_traits>
+
+#include <boost/date_time/posix_time/ptime.hpp>
 
 #include "olma/core/error_categories.h"
 #include "olma/core/export.h"
