@@ -114,6 +114,7 @@ void PrintfConversion(FormatOutput& out, std::string_view spec, const char* defa
   const auto put = [&](std::string_view part) {
     const std::size_t room = sizeof(conversion) - 1 - length;
     const std::size_t n = std::min(part.size(), room);
+    if (n == 0) return;  // an empty view may hold a null pointer, which memcpy must not see
     std::memcpy(conversion + length, part.data(), n);
     length += n;
   };

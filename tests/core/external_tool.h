@@ -12,26 +12,19 @@
 
 namespace OlmaTest {
 
-struct ToolResult {
-  int exitCode = -1;
-  std::string out;
-};
-
-// Runs `command < file-holding-input`; the command must not mention the file itself.
-inline ToolResult RunTool(const std::string& command, std::string_view input) {
-  ToolResult result;
+// Runs `command < file holding input`; returns the exit code (-1 if it could not run) and stdout.
+inline std::pair<int, std::string> RunTool(const std::string& command, std::string_view input) {
+  std::pair<int, std::string> result{-1, ""};
   char path[] = "/tmp/olma_tool_XXXXXX";
   const int fd = mkstemp(path);
   if (fd < 0) return result;
   const bool written = write(fd, input.data(), input.size()) == static_cast<ssize_t>(input.size());
   close(fd);
-  if (written) {
-    if (FILE* pipe = popen((command + " < " + path).c_str(), "r")) {
-      char buffer[65536];
-      for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.out.append(buffer, got);
-      const int status = pclose(pipe);
-      result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-    }
+  if (FILE* pipe = written ? popen((command + " < " + path).c_str(), "r") : nullptr) {
+    char buffer[65536];
+    for (size_t got; (got = fread(buffer, 1, sizeof buffer, pipe)) > 0;) result.second.append(buffer, got);
+    const int status = pclose(pipe);
+    result.first = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
   }
   unlink(path);
   return result;

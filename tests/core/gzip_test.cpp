@@ -6,6 +6,7 @@
 
 #include <random>
 #include <string>
+#include <tuple>
 
 #include "core/external_tool.h"
 
@@ -13,90 +14,57 @@ namespace {
 
 using Olma::ByteVector;
 using Olma::MessageList;
-using ::testing::ElementsAre;
+using testing::IsEmpty;
 
-std::string AsText(const ByteVector& bytes) {
-  return std::string(bytes.begin(), bytes.end());
-}
-
-ByteVector AsBytes(std::string_view text) {
+ByteVector Bytes(std::string_view text) {
   return ByteVector(text.begin(), text.end());
 }
 
-// Inputs that exercise stored, well-compressible and incompressible data across several
-// 4096-byte output steps.
+// Stored, compressible and incompressible data over several 4096-byte output steps.
 std::vector<std::pair<std::string, std::string>> Samples() {
   std::mt19937 rng(11);
-  std::string random(200000, '\0');
+  std::string random(200000, '\0'), text;
   for (char& c : random) c = static_cast<char>(rng());
-  std::string text;
   while (text.size() < 300000)
     text += "line " + std::to_string(text.size() % 977) + ": the quick brown fox\n";
   return {{"empty", ""}, {"short", "hello, gzip"}, {"random", random}, {"text", text}};
 }
 
-// What zlib itself reports when inflating `data` as gzip: the reference for error texts.
-std::pair<int, std::string> ZlibInflateFailure(const ByteVector& data) {
-  z_stream stream{};
-  inflateInit2(&stream, 31);
-  stream.next_in = const_cast<Bytef*>(data.data());
-  stream.avail_in = static_cast<uInt>(data.size());
-  Bytef out[4096];
-  int ret;
-  do {
-    stream.next_out = out;
-    stream.avail_out = sizeof out;
-    ret = inflate(&stream, Z_NO_FLUSH);
-  } while (ret == Z_OK);
-  std::pair<int, std::string> result{ret, stream.msg != nullptr ? stream.msg : "NULL"};
-  inflateEnd(&stream);
-  return result;
+void ExpectOneMessage(const MessageList& messages, const std::string& id,
+                      const std::vector<std::string>& args) {
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages.front().id(), id);
+  EXPECT_THAT(messages.front().args(), testing::ElementsAreArray(args));
 }
 
-TEST(Gzip, SystemGzipReadsWhatCompressWrites) {
-  for (const auto& [name, data] : Samples()) {
-    for (int level : {-1, 0, 1, 6, 9}) {
-      SCOPED_TRACE(name + " level " + std::to_string(level));
-      MessageList messages;
-      const ByteVector packed = Olma::Gzip::Compress(data, messages, level);
-      EXPECT_THAT(messages, ::testing::IsEmpty());
-      const auto tool = OlmaTest::RunTool("gzip -dc", AsText(packed));
-      EXPECT_EQ(tool.exitCode, 0);
-      EXPECT_TRUE(tool.out == data);
-      EXPECT_TRUE(Olma::Gzip::Decompress(packed, messages) == data);
-      EXPECT_THAT(messages, ::testing::IsEmpty());
-    }
-  }
-}
-
-TEST(Gzip, DecompressReadsSystemGzipOutput) {
+TEST(Gzip, InteroperatesWithSystemGzip) {
   for (const auto& [name, data] : Samples()) {
     SCOPED_TRACE(name);
-    const auto tool = OlmaTest::RunTool("gzip -9 -c", data);
-    ASSERT_EQ(tool.exitCode, 0);
     MessageList messages;
-    // Bytes after the member are ignored.
-    EXPECT_TRUE(Olma::Gzip::Decompress(AsBytes(tool.out + "trailing junk"), messages) == data);
-    EXPECT_THAT(messages, ::testing::IsEmpty());
+    for (int level : {-1, 0, 1, 6, 9}) {
+      const ByteVector packed = Olma::Gzip::Compress(data, messages, level);
+      EXPECT_TRUE(OlmaTest::RunTool("gzip -dc", {reinterpret_cast<const char*>(packed.data()),
+                                                 packed.size()}) == std::make_pair(0, data))
+          << "level " << level;
+      EXPECT_TRUE(Olma::Gzip::Decompress(packed, messages) == data) << "level " << level;
+    }
+    const auto [exitCode, member] = OlmaTest::RunTool("gzip -9 -c", data);
+    ASSERT_EQ(exitCode, 0);
+    EXPECT_TRUE(Olma::Gzip::Decompress(Bytes(member + "trailing junk is ignored"), messages) == data);
+    EXPECT_THAT(messages, IsEmpty());
   }
 }
 
-TEST(Gzip, DefaultLevelIsBestCompression) {
+TEST(Gzip, LevelRules) {
   const std::string text = Samples()[3].second;
   MessageList messages;
   EXPECT_EQ(Olma::Gzip::Compress(text, messages), Olma::Gzip::Compress(text, messages, 9));
   EXPECT_NE(Olma::Gzip::Compress(text, messages, 6), Olma::Gzip::Compress(text, messages, 9));
-  EXPECT_THAT(messages, ::testing::IsEmpty());
-}
-
-TEST(Gzip, InvalidLevelIsReported) {
-  for (int level : {10, -2, 1000}) {
-    SCOPED_TRACE(level);
-    MessageList messages;
-    EXPECT_TRUE(Olma::Gzip::Compress("data", messages, level).empty());
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages.front().id(), "olma.compress.invalid.level");
-    EXPECT_THAT(messages.front().args(), ElementsAre(std::to_string(level)));
+  EXPECT_THAT(messages, IsEmpty());
+  for (int level : {10, -2}) {
+    messages.clear();
+    EXPECT_THAT(Olma::Gzip::Compress("data", messages, level), IsEmpty());
+    ExpectOneMessage(messages, "olma.compress.invalid.level", {std::to_string(level)});
     EXPECT_EQ(messages.front().defaultMessage(),
               "Invalid compression level " + std::to_string(level) + ", must be between 0 and 9.");
   }
@@ -105,44 +73,35 @@ TEST(Gzip, InvalidLevelIsReported) {
 TEST(Gzip, CutShortMemberFailsWithBufferError) {
   MessageList messages;
   const ByteVector packed = Olma::Gzip::Compress(Samples()[3].second, messages);
-  for (std::size_t length : {std::size_t{0}, std::size_t{5}, std::size_t{10}, packed.size() / 2,
-                             packed.size() - 8, packed.size() - 1}) {
+  for (std::size_t length : {std::size_t{0}, std::size_t{5}, packed.size() / 2, packed.size() - 1}) {
     SCOPED_TRACE(length);
     messages.clear();
     EXPECT_EQ(Olma::Gzip::Decompress(ByteVector(packed.begin(), packed.begin() + length), messages), "");
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages.front().id(), "olma.decompress.failed");
-    EXPECT_THAT(messages.front().args(), ElementsAre("-5", "NULL"));
+    ExpectOneMessage(messages, "olma.decompress.failed", {"-5", "NULL"});
     EXPECT_EQ(messages.front().defaultMessage(), "Error occurred during zlib decompression: (-5) NULL");
   }
 }
 
-TEST(Gzip, NonGzipInputReportsZlibError) {
-  std::string text = Samples()[3].second;
-  ByteVector zlibWrapped(compressBound(static_cast<uLong>(text.size())));
+TEST(Gzip, NonGzipInputReportsZlibsError) {
+  const std::string text = Samples()[3].second;
+  ByteVector zlibWrapped(compressBound(text.size()));
   uLongf size = zlibWrapped.size();
-  ASSERT_EQ(compress2(zlibWrapped.data(), &size, reinterpret_cast<const Bytef*>(text.data()),
-                      static_cast<uLong>(text.size()), 9),
+  ASSERT_EQ(compress2(zlibWrapped.data(), &size, reinterpret_cast<const Bytef*>(text.data()), text.size(), 9),
             Z_OK);
   zlibWrapped.resize(size);
-  MessageList packing;
-  ByteVector corrupted = Olma::Gzip::Compress(text, packing);
-  corrupted[corrupted.size() - 5] ^= 0xFF;  // checksum / length trailer
+  MessageList messages;
+  ByteVector badTrailer = Olma::Gzip::Compress(text, messages);
+  badTrailer[badTrailer.size() - 5] ^= 0xFF;  // the stored checksum
 
-  const std::pair<std::string, ByteVector> cases[] = {
-      {"plain text", AsBytes("just some text, not compressed")},
-      {"zlib-wrapped", zlibWrapped},
-      {"bad trailer", corrupted},
+  const std::tuple<ByteVector, int, std::string> cases[] = {
+      {Bytes("just some text"), Z_DATA_ERROR, "incorrect header check"},
+      {zlibWrapped, Z_DATA_ERROR, "incorrect header check"},
+      {badTrailer, Z_DATA_ERROR, "incorrect data check"},
   };
-  for (const auto& [name, input] : cases) {
-    SCOPED_TRACE(name);
-    const auto [code, text_] = ZlibInflateFailure(input);
-    ASSERT_NE(text_, "NULL");
-    MessageList messages;
+  for (const auto& [input, code, zlibText] : cases) {
+    messages.clear();
     EXPECT_EQ(Olma::Gzip::Decompress(input, messages), "");
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages.front().id(), "olma.decompress.failed");
-    EXPECT_THAT(messages.front().args(), ElementsAre(std::to_string(code), text_));
+    ExpectOneMessage(messages, "olma.decompress.failed", {std::to_string(code), zlibText});
   }
 }
 

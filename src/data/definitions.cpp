@@ -1,0 +1,372 @@
+#include "olma/data/definitions.h"
+
+#include <utility>
+#include <vector>
+
+#include "olma/data/detail/tree_release.h"
+
+namespace Olma {
+namespace Data {
+
+using DefinitionList = std::vector<DataDefinition::PtrConstType>;
+
+namespace Detail {
+
+// Frees definition trees without recursion. For each node that the release list owns
+// alone, the visitor moves the node's children into the list before the node is dropped,
+// so each destructor finds nothing left to free. Only the composite kinds are visited;
+// OPTIONAL covers both optional and union-case definitions, which the visitor tells apart.
+//
+// A structure that is only reachable through references may be read by another thread
+// that locks a reference while its last owner is being released; the owner of a tree must
+// keep reference targets alive for as long as references are in use.
+class DefinitionReleaser final : public DefinitionVisitor {
+ public:
+  // Frees what `child` alone owns. Shared children and scalars need no work list.
+  static void Release(DataDefinition::PtrConstType child) {
+    if (!child || child.use_count() != 1 || !HasChildren(child->type())) return;
+    DefinitionList pending;
+    pending.push_back(std::move(child));
+    Drain(pending);
+  }
+
+  static void Release(std::optional<DataDefinition::FieldMap>& fields) {
+    if (!fields || fields->empty()) return;
+    DefinitionList pending;
+    pending.reserve(fields->size());
+    TakeFields(fields, pending);
+    Drain(pending);
+  }
+
+  void VisitVoid(const std::shared_ptr<const VoidDefinition>&) override {}
+  void VisitOpaque(const std::shared_ptr<const OpaqueDefinition>&) override {}
+  void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& definition) override {
+    TakeFields(Mutable(definition).fields_, pending_);
+  }
+  void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& definition) override {
+    TakeFields(Mutable(definition).fields_, pending_);
+  }
+  void VisitInteger(const std::shared_ptr<const IntegerDefinition>&) override {}
+  void VisitDouble(const std::shared_ptr<const DoubleDefinition>&) override {}
+  void VisitBoolean(const std::shared_ptr<const BooleanDefinition>&) override {}
+  void VisitBlob(const std::shared_ptr<const BlobDefinition>&) override {}
+  void VisitString(const std::shared_ptr<const StringDefinition>&) override {}
+  void VisitSecret(const std::shared_ptr<const SecretDefinition>&) override {}
+  void VisitError(const std::shared_ptr<const ErrorDefinition>& definition) override {
+    TakeFields(Mutable(definition).fields_, pending_);
+  }
+  void VisitOptional(const std::shared_ptr<const OptionalDefinition>& definition) override {
+    Take(Mutable(definition).element_);
+  }
+  void VisitList(const std::shared_ptr<const ListDefinition>& definition) override {
+    Take(Mutable(definition).element_);
+  }
+  void VisitStruct(const std::shared_ptr<const StructDefinition>& definition) override {
+    TakeFields(Mutable(definition).fields_, pending_);
+  }
+  void VisitStructRef(const std::shared_ptr<const StructRefDefinition>&) override {}
+  void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>&) override {}
+  void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& definition) override {
+    Take(Mutable(definition).element_);
+  }
+
+ private:
+  explicit DefinitionReleaser(DefinitionList& pending) : pending_(pending) {}
+
+  static bool HasChildren(DataType type) noexcept {
+    switch (type) {
+      case DataType::ERROR:
+      case DataType::OPTIONAL:
+      case DataType::LIST:
+      case DataType::STRUCTURE:
+      case DataType::DYNAMIC_STRUCTURE:
+      case DataType::ANY_ERROR:
+        return true;
+      default:
+        return false;
+    }
+  }
+
+  static void Drain(DefinitionList& pending) {
+    DefinitionReleaser releaser(pending);
+    ReleaseTree(pending, [&releaser](DataDefinition& node, DefinitionList&) {
+      if (HasChildren(node.type())) node.AcceptVisitor(releaser);
+    });
+  }
+
+  static void TakeFields(std::optional<DataDefinition::FieldMap>& fields, DefinitionList& pending) {
+    if (!fields) return;
+    for (auto& field : *fields) {
+      if (field.second) pending.push_back(std::move(field.second));
+    }
+    fields->clear();
+  }
+
+  // The release list is the node's only owner, so nobody can observe the change.
+  template <class Definition>
+  static Definition& Mutable(const std::shared_ptr<const Definition>& definition) {
+    return const_cast<Definition&>(*definition);
+  }
+
+  void Take(DataDefinition::PtrConstType& child) {
+    if (child) pending_.push_back(std::move(child));
+  }
+
+  DefinitionList& pending_;
+};
+
+}  // namespace Detail
+
+namespace {
+
+using Detail::DefinitionReleaser;
+
+DataDefinition::PtrConstType FindField(const std::optional<DataDefinition::FieldMap>& fields,
+                                       const std::string& name, const DataDefinition& whole,
+                                       MessageList& messages) {
+  if (fields) {
+    const auto found = fields->find(name);
+    if (found != fields->end()) return found->second;
+  }
+  messages.push_back(Message<CoreTag>("olma.data.struct.missing.fields", name, whole.ToString()));
+  return nullptr;
+}
+
+bool Contains(const std::optional<DataDefinition::FieldMap>& fields, const std::string& name) {
+  return fields && fields->find(name) != fields->end();
+}
+
+void Insert(std::optional<DataDefinition::FieldMap>& fields, const std::string& name,
+            DataDefinition::PtrConstType definition) {
+  if (!fields) fields.emplace();
+  (*fields)[name] = std::move(definition);
+}
+
+}  // namespace
+
+// Scalars: a kind and nothing else.
+#define OLMA_DEFINE_SCALAR_DEFINITION(Class, Kind, Slot)                                   \
+  Class::Class(PrivConstructor) noexcept : DefinitionBase(DataType::Kind) {}              \
+  Class::PtrType Class::GetInstance() { return std::make_shared<Class>(PrivConstructor{}); } \
+  void Class::AcceptVisitor(DefinitionVisitor& visitor) const { visitor.Slot(shared_from_this()); }
+
+OLMA_DEFINE_SCALAR_DEFINITION(VoidDefinition, VOID, VisitVoid)
+OLMA_DEFINE_SCALAR_DEFINITION(OpaqueDefinition, OPAQUE, VisitOpaque)
+OLMA_DEFINE_SCALAR_DEFINITION(IntegerDefinition, INTEGER, VisitInteger)
+OLMA_DEFINE_SCALAR_DEFINITION(DoubleDefinition, DOUBLE, VisitDouble)
+OLMA_DEFINE_SCALAR_DEFINITION(BooleanDefinition, BOOLEAN, VisitBoolean)
+OLMA_DEFINE_SCALAR_DEFINITION(BlobDefinition, BLOB, VisitBlob)
+OLMA_DEFINE_SCALAR_DEFINITION(StringDefinition, STRING, VisitString)
+OLMA_DEFINE_SCALAR_DEFINITION(SecretDefinition, SECRET, VisitSecret)
+
+#undef OLMA_DEFINE_SCALAR_DEFINITION
+
+// OptionalDefinition
+
+OptionalDefinition::OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element)
+    : DefinitionBase(DataType::OPTIONAL), element_(std::move(element)) {}
+
+OptionalDefinition::~OptionalDefinition() { DefinitionReleaser::Release(std::move(element_)); }
+
+OptionalDefinition::PtrType OptionalDefinition::GetInstance(DataDefinition::PtrConstType element) {
+  return std::make_shared<OptionalDefinition>(PrivConstructor{}, std::move(element));
+}
+
+void OptionalDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitOptional(shared_from_this());
+}
+
+// ListDefinition
+
+ListDefinition::ListDefinition(PrivConstructor, DataDefinition::PtrConstType element)
+    : DefinitionBase(DataType::LIST), element_(std::move(element)) {}
+
+ListDefinition::~ListDefinition() { DefinitionReleaser::Release(std::move(element_)); }
+
+ListDefinition::PtrType ListDefinition::GetInstance(DataDefinition::PtrConstType element) {
+  return std::make_shared<ListDefinition>(PrivConstructor{}, std::move(element));
+}
+
+void ListDefinition::AcceptVisitor(DefinitionVisitor& visitor) const { visitor.VisitList(shared_from_this()); }
+
+// StructDefinition
+
+StructDefinition::StructDefinition(PrivConstructor, std::optional<std::string> name,
+                                   std::optional<FieldMap> fields)
+    : DefinitionBase(DataType::STRUCTURE), name_(std::move(name)), fields_(std::move(fields)) {}
+
+StructDefinition::~StructDefinition() { DefinitionReleaser::Release(fields_); }
+
+StructDefinition::PtrType StructDefinition::GetInstance(std::string name, FieldMap fields) {
+  return std::make_shared<StructDefinition>(PrivConstructor{}, std::move(name), std::move(fields));
+}
+
+StructDefinition::PtrType StructDefinition::GetInstance() {
+  return std::make_shared<StructDefinition>(PrivConstructor{}, std::nullopt, std::nullopt);
+}
+
+void StructDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitStruct(shared_from_this());
+}
+
+bool StructDefinition::HasField(const std::string& name) const { return Contains(fields_, name); }
+
+DataDefinition::PtrConstType StructDefinition::field(const std::string& name, MessageList& messages) const {
+  return FindField(fields_, name, *this, messages);
+}
+
+void StructDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
+  Insert(fields_, name, std::move(definition));
+}
+
+// ErrorDefinition
+
+ErrorDefinition::ErrorDefinition(PrivConstructor, std::optional<std::string> name,
+                                 std::optional<FieldMap> fields)
+    : DefinitionBase(DataType::ERROR), name_(std::move(name)), fields_(std::move(fields)) {}
+
+ErrorDefinition::~ErrorDefinition() { DefinitionReleaser::Release(fields_); }
+
+ErrorDefinition::PtrType ErrorDefinition::GetInstance(std::string name) {
+  return std::make_shared<ErrorDefinition>(PrivConstructor{}, std::move(name), std::nullopt);
+}
+
+ErrorDefinition::PtrType ErrorDefinition::GetInstance(std::string name, FieldMap fields) {
+  return std::make_shared<ErrorDefinition>(PrivConstructor{}, std::move(name), std::move(fields));
+}
+
+ErrorDefinition::PtrType ErrorDefinition::GetInstance() {
+  return std::make_shared<ErrorDefinition>(PrivConstructor{}, std::nullopt, std::nullopt);
+}
+
+void ErrorDefinition::AcceptVisitor(DefinitionVisitor& visitor) const { visitor.VisitError(shared_from_this()); }
+
+bool ErrorDefinition::HasField(const std::string& name) const { return Contains(fields_, name); }
+
+DataDefinition::PtrConstType ErrorDefinition::field(const std::string& name, MessageList& messages) const {
+  return FindField(fields_, name, *this, messages);
+}
+
+void ErrorDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
+  Insert(fields_, name, std::move(definition));
+}
+
+// StructRefDefinition
+
+StructRefDefinition::StructRefDefinition(PrivConstructor, std::weak_ptr<const StructDefinition> target,
+                                         std::optional<std::string> name)
+    : DefinitionBase(DataType::STRUCTURE_REF), target_(std::move(target)), name_(std::move(name)) {}
+
+StructRefDefinition::PtrType StructRefDefinition::GetInstance(
+    const std::shared_ptr<const StructDefinition>& target) {
+  std::optional<std::string> name;
+  if (target) name = target->name();
+  return std::make_shared<StructRefDefinition>(PrivConstructor{}, target, std::move(name));
+}
+
+StructRefDefinition::PtrType StructRefDefinition::GetInstance(std::string name) {
+  return std::make_shared<StructRefDefinition>(PrivConstructor{}, std::weak_ptr<const StructDefinition>(),
+                                               std::move(name));
+}
+
+void StructRefDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitStructRef(shared_from_this());
+}
+
+void StructRefDefinition::SetTarget(const std::shared_ptr<const StructDefinition>& target) {
+  target_ = target;
+  if (target) {
+    name_ = target->name();
+  } else {
+    name_.reset();
+  }
+}
+
+// DynamicStructureDefinition
+
+DynamicStructureDefinition::DynamicStructureDefinition(PrivConstructor, std::optional<FieldMap> fields)
+    : DefinitionBase(DataType::DYNAMIC_STRUCTURE), fields_(std::move(fields)) {}
+
+DynamicStructureDefinition::~DynamicStructureDefinition() { DefinitionReleaser::Release(fields_); }
+
+DynamicStructureDefinition::PtrType DynamicStructureDefinition::GetInstance() {
+  return std::make_shared<DynamicStructureDefinition>(PrivConstructor{}, std::nullopt);
+}
+
+DynamicStructureDefinition::PtrType DynamicStructureDefinition::GetInstance(FieldMap fields) {
+  return std::make_shared<DynamicStructureDefinition>(PrivConstructor{}, std::move(fields));
+}
+
+void DynamicStructureDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitDynamicStructure(shared_from_this());
+}
+
+void DynamicStructureDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
+  Insert(fields_, name, std::move(definition));
+}
+
+// DynamicErrorDefinition
+
+DynamicErrorDefinition::DynamicErrorDefinition(PrivConstructor, std::optional<FieldMap> fields)
+    : DefinitionBase(DataType::ANY_ERROR), fields_(std::move(fields)) {}
+
+DynamicErrorDefinition::~DynamicErrorDefinition() { DefinitionReleaser::Release(fields_); }
+
+DynamicErrorDefinition::PtrType DynamicErrorDefinition::GetInstance() {
+  return std::make_shared<DynamicErrorDefinition>(PrivConstructor{}, std::nullopt);
+}
+
+DynamicErrorDefinition::PtrType DynamicErrorDefinition::GetInstance(FieldMap fields) {
+  return std::make_shared<DynamicErrorDefinition>(PrivConstructor{}, std::move(fields));
+}
+
+void DynamicErrorDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitDynamicError(shared_from_this());
+}
+
+void DynamicErrorDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
+  Insert(fields_, name, std::move(definition));
+}
+
+// IsOneOfDefinition
+
+IsOneOfDefinition::IsOneOfDefinition(PrivConstructor, Predicate predicate)
+    : DefinitionBase(DataType::STRING), predicate_(std::move(predicate)) {}
+
+IsOneOfDefinition::PtrType IsOneOfDefinition::GetInstance(Predicate predicate) {
+  return std::make_shared<IsOneOfDefinition>(PrivConstructor{}, std::move(predicate));
+}
+
+void IsOneOfDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitIsOneOf(shared_from_this());
+}
+
+// UnionCaseDefinition
+
+UnionCaseDefinition::UnionCaseDefinition(PrivConstructor, DataDefinition::PtrConstType element,
+                                         std::string tagFieldName, CasePredicate predicate)
+    : DefinitionBase(DataType::OPTIONAL),
+      element_(std::move(element)),
+      tagFieldName_(std::move(tagFieldName)),
+      predicate_(std::move(predicate)) {}
+
+UnionCaseDefinition::~UnionCaseDefinition() { DefinitionReleaser::Release(std::move(element_)); }
+
+UnionCaseDefinition::PtrType UnionCaseDefinition::GetInstance(DataDefinition::PtrConstType element,
+                                                              std::string tagFieldName,
+                                                              CasePredicate predicate) {
+  return std::make_shared<UnionCaseDefinition>(PrivConstructor{}, std::move(element), std::move(tagFieldName),
+                                               std::move(predicate));
+}
+
+void UnionCaseDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitUnionCase(shared_from_this());
+}
+
+bool UnionCaseDefinition::Compare(const PtrConstType& a, const PtrConstType& b) noexcept {
+  if (!a || !b) return !a && !b;
+  return a->tagFieldName() == b->tagFieldName();
+}
+
+}  // namespace Data
+}  // namespace Olma

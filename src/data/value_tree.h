@@ -1,0 +1,33 @@
+// Walks over whole value trees that the value classes share: release and rendering.
+//
+// Both run on an explicit work list, so that a tree nested a million levels deep costs
+// heap memory proportional to its depth, never call-stack frames.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "olma/core/byte_vector.h"
+#include "olma/data/value.h"
+
+namespace Olma {
+namespace Data {
+namespace Detail {
+
+// Drops the values of `pending`; a value whose last owner is the list gives up its
+// children to the list first, so every destructor runs at depth one.
+void ReleaseValues(std::vector<DataValue::PtrConstType>& pending);
+
+// Appends the rendering of `value` (an empty pointer: "<unset>") and of its whole sub-tree
+// to `out`.
+void RenderValue(const DataValue* value, std::string& out);
+
+// The renderings of the primitives, appended to `out`.
+void AppendInteger(long long value, std::string& out);
+void AppendDouble(double value, std::string& out);
+void AppendBoolean(bool value, std::string& out);
+void AppendBlob(const ByteVector& value, std::string& out);
+
+}  // namespace Detail
+}  // namespace Data
+}  // namespace Olma

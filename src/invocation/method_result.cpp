@@ -1,0 +1,37 @@
+#include "olma/invocation/method_result.h"
+
+#include <string>
+#include <utility>
+
+#include "olma/core/format.h"
+
+namespace Olma {
+namespace Core {
+
+MethodResult::PtrConstType MethodResult::GetInstance(Data::DataValue::PtrConstType output) {
+  return std::make_shared<MethodResult>(PrivateTag(), std::move(output), nullptr, false);
+}
+
+MethodResult::PtrConstType MethodResult::GetErrorInstance(ErrorPtrConstType error) {
+  return std::make_shared<MethodResult>(PrivateTag(), nullptr, std::move(error), true);
+}
+
+MethodResult::PtrConstType MethodResult::GetStreamTerminalInstance() {
+  return std::make_shared<MethodResult>(PrivateTag(), nullptr, nullptr, false);
+}
+
+MethodResult::PtrConstType MethodResult::GetInstance(Data::DataValue::PtrConstType output, ErrorPtrConstType error) {
+  const bool failed = static_cast<bool>(error);
+  return std::make_shared<MethodResult>(PrivateTag(), std::move(output), std::move(error), failed);
+}
+
+MethodResult::~MethodResult() = default;
+
+std::string MethodResult::ToString() const {
+  if (error_) return Format("MR [FAIL] Error: {1}", error_->ToString());
+  if (output_) return Format("MR [SUCCESS] Output: {1}", output_->ToString());
+  return Format("MR [SUCCESS] Stream Terminal Result");
+}
+
+}  // namespace Core
+}  // namespace Olma

@@ -1,0 +1,167 @@
+#include "olma/provider/api_method_helper.h"
+
+#include <array>
+#include <list>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "olma/data/definitions.h"
+#include "olma/data/scalar_values.h"
+
+namespace Olma {
+namespace Provider {
+namespace {
+
+using Data::DataDefinition;
+using Data::DataType;
+using Data::DataValue;
+
+constexpr std::string_view kUnexpectedInput = "com.zorvex.olma.std.errors.unexpected_input";
+constexpr std::string_view kOperationNotFound = "com.zorvex.olma.std.errors.operation_not_found";
+constexpr std::string_view kInternalServerError = "com.zorvex.olma.std.errors.internal_server_error";
+constexpr std::string_view kInvalidArgument = "com.zorvex.olma.std.errors.invalid_argument";
+
+// The validator's messages about a missing or an extra structure field share this prefix;
+// either means the caller sent the wrong set of fields rather than a wrong value.
+constexpr std::string_view kCompoundFieldPrefix = "olma.data.compound.field";
+static_assert(kCompoundFieldPrefix.size() == 24);
+
+bool StartsWith(std::string_view text, std::string_view prefix) {
+  return text.size() >= prefix.size() && text.compare(0, prefix.size(), prefix) == 0;
+}
+
+// The implicit errors are the same four definitions for every method: built once, shared
+// read-only by every thread.
+const std::array<DataDefinition::PtrConstType, 4>& ImplicitErrors() {
+  static const std::array<DataDefinition::PtrConstType, 4> errors{
+      Data::ErrorDefinition::GetInstance(std::string(kUnexpectedInput)),
+      Data::ErrorDefinition::GetInstance(std::string(kOperationNotFound)),
+      Data::ErrorDefinition::GetInstance(std::string(kInternalServerError)),
+      Data::ErrorDefinition::GetInstance(std::string(kInvalidArgument))};
+  return errors;
+}
+
+bool IsErrorDefinitionNamed(const DataDefinition::PtrConstType& definition, const std::string& name) {
+  if (!definition || definition->type() != DataType::ERROR) return false;
+  const std::optional<std::string>& definitionName = static_cast<const Data::ErrorDefinition&>(*definition).name();
+  return definitionName && *definitionName == name;
+}
+
+// The first declared, then implicit, error definition named `name`; null when there is
+// none. Walks both lists in place rather than building the extended list per call.
+const DataDefinition::PtrConstType* FindErrorDefinition(const ErrorDefinitionList& declared,
+                                                        const std::string& name) {
+  for (const DataDefinition::PtrConstType& definition : declared) {
+    if (IsErrorDefinitionNamed(definition, name)) return &definition;
+  }
+  for (const DataDefinition::PtrConstType& definition : ImplicitErrors()) {
+    if (IsErrorDefinitionNamed(definition, name)) return &definition;
+  }
+  return nullptr;
+}
+
+Core::MethodResult::PtrConstType ErrorResult(std::string_view errorName, const MessageList& messages) {
+  return Core::MethodResult::GetErrorInstance(Data::ErrorValue::Create(std::string(errorName), messages));
+}
+
+// The string held by field `name`, or null when the field is absent or not a string.
+const std::string* StringField(const Data::CompoundValue::FieldMap& fields, std::string_view name) {
+  const auto found = fields.find(name);
+  if (found == fields.end() || !found->second || found->second->type() != DataType::STRING) return nullptr;
+  return &static_cast<const Data::StringValue&>(*found->second).value();
+}
+
+// The field "args" as strings: a typed list of strings, or a list whose elements are all
+// string values. False for anything else.
+bool ReadArgs(const Data::CompoundValue::FieldMap& fields, std::list<std::string>& args) {
+  const auto found = fields.find(std::string_view("args"));
+  if (found == fields.end() || !found->second) return false;
+  const DataValue& value = *found->second;
+  if (value.type() == DataType::LIST_STRING) {
+    const auto& strings = static_cast<const Data::ListValueString&>(value);
+    args.assign(strings.begin(), strings.end());
+    return true;
+  }
+  if (value.type() != DataType::LIST) return false;
+  for (const DataValue::PtrConstType& element : static_cast<const Data::ListValue&>(value)) {
+    if (!element || element->type() != DataType::STRING) return false;
+    args.push_back(static_cast<const Data::StringValue&>(*element).value());
+  }
+  return true;
+}
+
+}  // namespace
+
+bool ApiMethodHelper::ValidateInput(QualifiedMethodName methodName,
+                                    const DataDefinition::PtrConstType& inputDefinition,
+                                    const DataValue::PtrConstType& input, Core::MethodResult::PtrConstType& result) {
+  MessageList messages;
+  if (DataDefinition::Validate<Data::StrictMatch, Data::ValidatorModePermissive>(inputDefinition, input, messages)) {
+    return true;
+  }
+  const bool wrongFields = !messages.empty() && StartsWith(messages.front().id(), kCompoundFieldPrefix);
+  messages.push_front(Message<CoreTag>("olma.invoke.invalid.input", methodName.str()));
+  result = ErrorResult(wrongFields ? kUnexpectedInput : kInvalidArgument, messages);
+  return false;
+}
+
+Core::MethodResult::PtrConstType ApiMethodHelper::ValidateOutput(QualifiedMethodName methodName,
+                                                                 const DataDefinition::PtrConstType& outputDefinition,
+                                                                 const DataValue::PtrConstType& output) {
+  MessageList messages;
+  if (DataDefinition::Validate<Data::LooseMatch, Data::ValidatorModePermissive>(outputDefinition, output, messages)) {
+    return Core::MethodResult::GetInstance(output);
+  }
+  messages.push_front(Message<CoreTag>("olma.invoke.invalid.output", methodName.str()));
+  return ErrorResult(kInternalServerError, messages);
+}
+
+Core::MethodResult::PtrConstType ApiMethodHelper::ValidateError(QualifiedMethodName methodName,
+                                                                const ErrorDefinitionList& errorDefinitions,
+                                                                const Data::ErrorValue::PtrConstType& error) {
+  MessageList messages;
+  if (!error) {
+    messages.push_back(Message<CoreTag>("olma.bindings.method.impl.unexpected", methodName.str(), "<unset>"));
+    return ErrorResult(kInternalServerError, messages);
+  }
+  const std::string& errorName = error->name();
+  const DataDefinition::PtrConstType* definition = FindErrorDefinition(errorDefinitions, errorName);
+  if (definition == nullptr) {
+    messages.push_back(Message<CoreTag>("olma.bindings.method.impl.unexpected", methodName.str(), errorName));
+    CopyErrorMessages(error->messages(), messages);
+    return ErrorResult(kInternalServerError, messages);
+  }
+  if (DataDefinition::Validate<Data::LooseMatch, Data::ValidatorModePermissive>(*definition, error, messages)) {
+    return Core::MethodResult::GetErrorInstance(error);
+  }
+  messages.push_front(Message<CoreTag>("olma.invoke.invalid.error", methodName.str(), errorName));
+  CopyErrorMessages(error->messages(), messages);
+  return ErrorResult(kInternalServerError, messages);
+}
+
+void ApiMethodHelper::CopyErrorMessages(const Data::ListValue::PtrConstType& messagesValue, MessageList& messages) {
+  if (!messagesValue || messagesValue->empty()) return;
+  // Converted aside and spliced in at the end, so a malformed element leaves `messages`
+  // exactly as it was.
+  MessageList converted;
+  for (const DataValue::PtrConstType& element : *messagesValue) {
+    if (!element || element->type() != DataType::STRUCTURE) return;
+    const Data::CompoundValue::FieldMap& fields = static_cast<const Data::StructValue&>(*element).fields();
+    const std::string* id = StringField(fields, "id");
+    const std::string* defaultMessage = StringField(fields, "default_message");
+    std::list<std::string> args;
+    if (id == nullptr || defaultMessage == nullptr || !ReadArgs(fields, args)) return;
+    converted.emplace_back(*id, *defaultMessage, std::move(args));
+  }
+  messages.splice(messages.end(), converted);
+}
+
+ErrorDefinitionList ApiMethodHelper::AppendImplicitOperationErrors(const ErrorDefinitionList& errorDefinitions) {
+  ErrorDefinitionList extended(errorDefinitions);
+  extended.insert(extended.end(), ImplicitErrors().begin(), ImplicitErrors().end());
+  return extended;
+}
+
+}  // namespace Provider
+}  // namespace Olma
