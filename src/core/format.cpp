@@ -24,7 +24,7 @@ parsed_field parse_field(std::string_view text) {
 
 std::uint64_t format_atoi(std::string_view text, std::size_t* consumed) {
   char buffer[21] = {};
-  std::memcpy(buffer, text.data(), std::min<std::size_t>(text.size(), 20));
+  if (!text.empty()) std::memcpy(buffer, text.data(), std::min<std::size_t>(text.size(), 20));
   char* end = buffer;
   const unsigned long long value = std::strtoull(buffer, &end, 10);
   if (consumed != nullptr) *consumed = static_cast<std::size_t>(end - buffer);

@@ -3,9 +3,9 @@
 #include <memory>
 #include <utility>
 
+#include "data/value_tree.h"
 #include "olma/data/scalar_values.h"
 #include "olma/data/value_visitor.h"
-#include "data/value_tree.h"
 
 namespace Olma {
 namespace Data {
@@ -13,9 +13,12 @@ namespace Data {
 CompoundValue::CompoundValue(PrivConstructor tag, std::string name) noexcept
     : DataValue(tag), name_(std::move(name)) {}
 
-bool CompoundValue::HasField(std::string_view name) const { return fields_.find(name) != fields_.end(); }
+bool CompoundValue::HasField(std::string_view name) const {
+  return fields_.find(name) != fields_.end();
+}
 
-bool CompoundValue::GetField(std::string_view name, DataValue::PtrConstType& out, MessageList& messages) const {
+bool CompoundValue::GetField(std::string_view name, DataValue::PtrConstType& out,
+                             MessageList& messages) const {
   const auto found = fields_.find(name);
   if (found == fields_.end()) {
     messages.push_back(Message<CoreTag>("olma.data.error.getfield.unknown", name));

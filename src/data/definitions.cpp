@@ -145,10 +145,14 @@ void Insert(std::optional<DataDefinition::FieldMap>& fields, const std::string& 
 }  // namespace
 
 // Scalars: a kind and nothing else.
-#define OLMA_DEFINE_SCALAR_DEFINITION(Class, Kind, Slot)                                   \
-  Class::Class(PrivConstructor) noexcept : DefinitionBase(DataType::Kind) {}              \
-  Class::PtrType Class::GetInstance() { return std::make_shared<Class>(PrivConstructor{}); } \
-  void Class::AcceptVisitor(DefinitionVisitor& visitor) const { visitor.Slot(shared_from_this()); }
+#define OLMA_DEFINE_SCALAR_DEFINITION(Class, Kind, Slot)                     \
+  Class::Class(PrivConstructor) noexcept : DefinitionBase(DataType::Kind) {} \
+  Class::PtrType Class::GetInstance() {                                      \
+    return std::make_shared<Class>(PrivConstructor{});                       \
+  }                                                                          \
+  void Class::AcceptVisitor(DefinitionVisitor& visitor) const {              \
+    visitor.Slot(shared_from_this());                                        \
+  }
 
 OLMA_DEFINE_SCALAR_DEFINITION(VoidDefinition, VOID, VisitVoid)
 OLMA_DEFINE_SCALAR_DEFINITION(OpaqueDefinition, OPAQUE, VisitOpaque)
@@ -166,7 +170,9 @@ OLMA_DEFINE_SCALAR_DEFINITION(SecretDefinition, SECRET, VisitSecret)
 OptionalDefinition::OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element)
     : DefinitionBase(DataType::OPTIONAL), element_(std::move(element)) {}
 
-OptionalDefinition::~OptionalDefinition() { DefinitionReleaser::Release(std::move(element_)); }
+OptionalDefinition::~OptionalDefinition() {
+  DefinitionReleaser::Release(std::move(element_));
+}
 
 OptionalDefinition::PtrType OptionalDefinition::GetInstance(DataDefinition::PtrConstType element) {
   return std::make_shared<OptionalDefinition>(PrivConstructor{}, std::move(element));
@@ -181,13 +187,17 @@ void OptionalDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
 ListDefinition::ListDefinition(PrivConstructor, DataDefinition::PtrConstType element)
     : DefinitionBase(DataType::LIST), element_(std::move(element)) {}
 
-ListDefinition::~ListDefinition() { DefinitionReleaser::Release(std::move(element_)); }
+ListDefinition::~ListDefinition() {
+  DefinitionReleaser::Release(std::move(element_));
+}
 
 ListDefinition::PtrType ListDefinition::GetInstance(DataDefinition::PtrConstType element) {
   return std::make_shared<ListDefinition>(PrivConstructor{}, std::move(element));
 }
 
-void ListDefinition::AcceptVisitor(DefinitionVisitor& visitor) const { visitor.VisitList(shared_from_this()); }
+void ListDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitList(shared_from_this());
+}
 
 // StructDefinition
 
@@ -195,7 +205,9 @@ StructDefinition::StructDefinition(PrivConstructor, std::optional<std::string> n
                                    std::optional<FieldMap> fields)
     : DefinitionBase(DataType::STRUCTURE), name_(std::move(name)), fields_(std::move(fields)) {}
 
-StructDefinition::~StructDefinition() { DefinitionReleaser::Release(fields_); }
+StructDefinition::~StructDefinition() {
+  DefinitionReleaser::Release(fields_);
+}
 
 StructDefinition::PtrType StructDefinition::GetInstance(std::string name, FieldMap fields) {
   return std::make_shared<StructDefinition>(PrivConstructor{}, std::move(name), std::move(fields));
@@ -209,7 +221,9 @@ void StructDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
   visitor.VisitStruct(shared_from_this());
 }
 
-bool StructDefinition::HasField(const std::string& name) const { return Contains(fields_, name); }
+bool StructDefinition::HasField(const std::string& name) const {
+  return Contains(fields_, name);
+}
 
 DataDefinition::PtrConstType StructDefinition::field(const std::string& name, MessageList& messages) const {
   return FindField(fields_, name, *this, messages);
@@ -225,7 +239,9 @@ ErrorDefinition::ErrorDefinition(PrivConstructor, std::optional<std::string> nam
                                  std::optional<FieldMap> fields)
     : DefinitionBase(DataType::ERROR), name_(std::move(name)), fields_(std::move(fields)) {}
 
-ErrorDefinition::~ErrorDefinition() { DefinitionReleaser::Release(fields_); }
+ErrorDefinition::~ErrorDefinition() {
+  DefinitionReleaser::Release(fields_);
+}
 
 ErrorDefinition::PtrType ErrorDefinition::GetInstance(std::string name) {
   return std::make_shared<ErrorDefinition>(PrivConstructor{}, std::move(name), std::nullopt);
@@ -239,9 +255,13 @@ ErrorDefinition::PtrType ErrorDefinition::GetInstance() {
   return std::make_shared<ErrorDefinition>(PrivConstructor{}, std::nullopt, std::nullopt);
 }
 
-void ErrorDefinition::AcceptVisitor(DefinitionVisitor& visitor) const { visitor.VisitError(shared_from_this()); }
+void ErrorDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
+  visitor.VisitError(shared_from_this());
+}
 
-bool ErrorDefinition::HasField(const std::string& name) const { return Contains(fields_, name); }
+bool ErrorDefinition::HasField(const std::string& name) const {
+  return Contains(fields_, name);
+}
 
 DataDefinition::PtrConstType ErrorDefinition::field(const std::string& name, MessageList& messages) const {
   return FindField(fields_, name, *this, messages);
@@ -287,7 +307,9 @@ void StructRefDefinition::SetTarget(const std::shared_ptr<const StructDefinition
 DynamicStructureDefinition::DynamicStructureDefinition(PrivConstructor, std::optional<FieldMap> fields)
     : DefinitionBase(DataType::DYNAMIC_STRUCTURE), fields_(std::move(fields)) {}
 
-DynamicStructureDefinition::~DynamicStructureDefinition() { DefinitionReleaser::Release(fields_); }
+DynamicStructureDefinition::~DynamicStructureDefinition() {
+  DefinitionReleaser::Release(fields_);
+}
 
 DynamicStructureDefinition::PtrType DynamicStructureDefinition::GetInstance() {
   return std::make_shared<DynamicStructureDefinition>(PrivConstructor{}, std::nullopt);
@@ -310,7 +332,9 @@ void DynamicStructureDefinition::SetField(const std::string& name, DataDefinitio
 DynamicErrorDefinition::DynamicErrorDefinition(PrivConstructor, std::optional<FieldMap> fields)
     : DefinitionBase(DataType::ANY_ERROR), fields_(std::move(fields)) {}
 
-DynamicErrorDefinition::~DynamicErrorDefinition() { DefinitionReleaser::Release(fields_); }
+DynamicErrorDefinition::~DynamicErrorDefinition() {
+  DefinitionReleaser::Release(fields_);
+}
 
 DynamicErrorDefinition::PtrType DynamicErrorDefinition::GetInstance() {
   return std::make_shared<DynamicErrorDefinition>(PrivConstructor{}, std::nullopt);
@@ -350,7 +374,9 @@ UnionCaseDefinition::UnionCaseDefinition(PrivConstructor, DataDefinition::PtrCon
       tagFieldName_(std::move(tagFieldName)),
       predicate_(std::move(predicate)) {}
 
-UnionCaseDefinition::~UnionCaseDefinition() { DefinitionReleaser::Release(std::move(element_)); }
+UnionCaseDefinition::~UnionCaseDefinition() {
+  DefinitionReleaser::Release(std::move(element_));
+}
 
 UnionCaseDefinition::PtrType UnionCaseDefinition::GetInstance(DataDefinition::PtrConstType element,
                                                               std::string tagFieldName,

@@ -3,8 +3,8 @@
 #include <memory>
 #include <utility>
 
-#include "olma/data/value_visitor.h"
 #include "data/value_tree.h"
+#include "olma/data/value_visitor.h"
 
 namespace Olma {
 namespace Data {

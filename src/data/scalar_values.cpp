@@ -3,13 +3,15 @@
 #include <memory>
 #include <utility>
 
-#include "olma/data/value_visitor.h"
 #include "data/value_tree.h"
+#include "olma/data/value_visitor.h"
 
 namespace Olma {
 namespace Data {
 
-VoidValue::PtrType VoidValue::GetInstance() { return std::make_shared<VoidValue>(PrivConstructor()); }
+VoidValue::PtrType VoidValue::GetInstance() {
+  return std::make_shared<VoidValue>(PrivConstructor());
+}
 
 void VoidValue::AcceptVisitor(ValueVisitor& visitor) const {
   visitor.VisitVoid(std::static_pointer_cast<const VoidValue>(shared_from_this()));
@@ -19,7 +21,9 @@ void VoidValue::AcceptVisitor(MutableValueVisitor& visitor) {
   visitor.VisitVoid(std::static_pointer_cast<VoidValue>(shared_from_this()));
 }
 
-std::string VoidValue::ToString() const { return "NULL"; }
+std::string VoidValue::ToString() const {
+  return "NULL";
+}
 
 IntegerValue::PtrType IntegerValue::GetInstance(long long value) {
   return std::make_shared<IntegerValue>(PrivConstructor(), value);
@@ -69,9 +73,13 @@ void BooleanValue::AcceptVisitor(MutableValueVisitor& visitor) {
   visitor.VisitBoolean(std::static_pointer_cast<BooleanValue>(shared_from_this()));
 }
 
-std::string BooleanValue::ToString() const { return value_ ? "1" : "0"; }
+std::string BooleanValue::ToString() const {
+  return value_ ? "1" : "0";
+}
 
-BlobValue::PtrType BlobValue::GetInstance() { return std::make_shared<BlobValue>(PrivConstructor(), ByteVector()); }
+BlobValue::PtrType BlobValue::GetInstance() {
+  return std::make_shared<BlobValue>(PrivConstructor(), ByteVector());
+}
 
 BlobValue::PtrType BlobValue::GetInstance(ByteVector value) {
   return std::make_shared<BlobValue>(PrivConstructor(), std::move(value));
@@ -103,7 +111,9 @@ void StringValue::AcceptVisitor(MutableValueVisitor& visitor) {
   visitor.VisitString(std::static_pointer_cast<StringValue>(shared_from_this()));
 }
 
-std::string StringValue::ToString() const { return value_; }
+std::string StringValue::ToString() const {
+  return value_;
+}
 
 SecretValue::PtrType SecretValue::GetInstance(SecretString value) {
   return std::make_shared<SecretValue>(PrivConstructor(), std::move(value));
@@ -117,7 +127,9 @@ void SecretValue::AcceptVisitor(MutableValueVisitor& visitor) {
   visitor.VisitSecret(std::static_pointer_cast<SecretValue>(shared_from_this()));
 }
 
-std::string SecretValue::ToString() const { return "<secret>"; }
+std::string SecretValue::ToString() const {
+  return "<secret>";
+}
 
 }  // namespace Data
 }  // namespace Olma

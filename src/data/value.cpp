@@ -3,11 +3,11 @@
 #include <utility>
 #include <vector>
 
+#include "data/value_tree.h"
 #include "olma/core/date_time.h"
 #include "olma/core/secret_string.h"
 #include "olma/data/detail/tree_release.h"
 #include "olma/data/values.h"
-#include "data/value_tree.h"
 
 namespace Olma {
 namespace Data {
@@ -85,11 +85,17 @@ void ReleaseValues(std::vector<DataValue::PtrConstType>& pending) {
 
 DataValue::~DataValue() = default;
 
-OptionalValue::~OptionalValue() { ValueTreeAccess::ReleaseChildren(*this); }
+OptionalValue::~OptionalValue() {
+  ValueTreeAccess::ReleaseChildren(*this);
+}
 
-ListValue::~ListValue() { ValueTreeAccess::ReleaseChildren(*this); }
+ListValue::~ListValue() {
+  ValueTreeAccess::ReleaseChildren(*this);
+}
 
-CompoundValue::~CompoundValue() { ValueTreeAccess::ReleaseChildren(*this); }
+CompoundValue::~CompoundValue() {
+  ValueTreeAccess::ReleaseChildren(*this);
+}
 
 ValueVisitor::~ValueVisitor() = default;
 

@@ -49,7 +49,9 @@ void AsyncActivation::UseSecCtxPreserveSigned(const AsyncActivation& source) {
   InsertMissing(source.executionContext_->securityContext(), executionContext_->securityContext(), false);
 }
 
-AsyncActivation::PtrType AsyncActivation::Dup() const { return std::make_shared<AsyncActivation>(PrivateTag(), *this); }
+AsyncActivation::PtrType AsyncActivation::Dup() const {
+  return std::make_shared<AsyncActivation>(PrivateTag(), *this);
+}
 
 AsyncActivation::~AsyncActivation() = default;
 

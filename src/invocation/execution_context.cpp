@@ -5,7 +5,9 @@
 namespace Olma {
 namespace Core {
 
-ExecutionContext::PtrType ExecutionContext::GetInstance() { return std::make_shared<ExecutionContext>(PrivateTag()); }
+ExecutionContext::PtrType ExecutionContext::GetInstance() {
+  return std::make_shared<ExecutionContext>(PrivateTag());
+}
 
 ExecutionContext::PtrType ExecutionContext::GetInstance(const ExecutionContext& other) {
   return std::make_shared<ExecutionContext>(other);

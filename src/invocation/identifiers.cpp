@@ -14,15 +14,15 @@ MethodIdentifier::PtrConstType MethodIdentifier::GetInstance(std::string_view fu
   const std::size_t dot = fullName.rfind('.');
   if (dot == std::string_view::npos) {
     return std::make_shared<MethodIdentifier>(PrivateTag(), InterfaceIdentifier::GetInstance(std::string()),
-                                                    std::string(fullName));
+                                              std::string(fullName));
   }
   return std::make_shared<MethodIdentifier>(
       PrivateTag(), InterfaceIdentifier::GetInstance(std::string(fullName.substr(0, dot))),
       std::string(fullName.substr(dot + 1)));
 }
 
-MethodIdentifier::PtrConstType MethodIdentifier::GetInstance(InterfaceIdentifier::PtrConstType interfaceIdentifier,
-                                                             std::string name) {
+MethodIdentifier::PtrConstType MethodIdentifier::GetInstance(
+    InterfaceIdentifier::PtrConstType interfaceIdentifier, std::string name) {
   if (!interfaceIdentifier) interfaceIdentifier = InterfaceIdentifier::GetInstance(std::string());
   return std::make_shared<MethodIdentifier>(PrivateTag(), std::move(interfaceIdentifier), std::move(name));
 }

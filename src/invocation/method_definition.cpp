@@ -28,8 +28,8 @@ std::string MethodDefinition::ToString() const {
   return Format("{1}\nInput: {2} \nOutput: {3} \n", method, TextOf(input_), TextOf(output_));
 }
 
-InterfaceDefinition::PtrConstType InterfaceDefinition::GetInstance(InterfaceIdentifier::PtrConstType identifier,
-                                                                   MethodIdentifierSet methods) {
+InterfaceDefinition::PtrConstType InterfaceDefinition::GetInstance(
+    InterfaceIdentifier::PtrConstType identifier, MethodIdentifierSet methods) {
   return std::make_shared<InterfaceDefinition>(PrivateTag(), std::move(identifier), std::move(methods));
 }
 

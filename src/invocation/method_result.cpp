@@ -20,7 +20,8 @@ MethodResult::PtrConstType MethodResult::GetStreamTerminalInstance() {
   return std::make_shared<MethodResult>(PrivateTag(), nullptr, nullptr, false);
 }
 
-MethodResult::PtrConstType MethodResult::GetInstance(Data::DataValue::PtrConstType output, ErrorPtrConstType error) {
+MethodResult::PtrConstType MethodResult::GetInstance(Data::DataValue::PtrConstType output,
+                                                     ErrorPtrConstType error) {
   const bool failed = static_cast<bool>(error);
   return std::make_shared<MethodResult>(PrivateTag(), std::move(output), std::move(error), failed);
 }

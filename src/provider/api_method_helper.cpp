@@ -44,7 +44,8 @@ const std::array<DataDefinition::PtrConstType, 4>& ImplicitErrors() {
 
 bool IsErrorDefinitionNamed(const DataDefinition::PtrConstType& definition, const std::string& name) {
   if (!definition || definition->type() != DataType::ERROR) return false;
-  const std::optional<std::string>& definitionName = static_cast<const Data::ErrorDefinition&>(*definition).name();
+  const std::optional<std::string>& definitionName =
+      static_cast<const Data::ErrorDefinition&>(*definition).name();
   return definitionName && *definitionName == name;
 }
 
@@ -95,9 +96,11 @@ bool ReadArgs(const Data::CompoundValue::FieldMap& fields, std::list<std::string
 
 bool ApiMethodHelper::ValidateInput(QualifiedMethodName methodName,
                                     const DataDefinition::PtrConstType& inputDefinition,
-                                    const DataValue::PtrConstType& input, Core::MethodResult::PtrConstType& result) {
+                                    const DataValue::PtrConstType& input,
+                                    Core::MethodResult::PtrConstType& result) {
   MessageList messages;
-  if (DataDefinition::Validate<Data::StrictMatch, Data::ValidatorModePermissive>(inputDefinition, input, messages)) {
+  if (DataDefinition::Validate<Data::StrictMatch, Data::ValidatorModePermissive>(inputDefinition, input,
+                                                                                 messages)) {
     return true;
   }
   const bool wrongFields = !messages.empty() && StartsWith(messages.front().id(), kCompoundFieldPrefix);
@@ -106,11 +109,12 @@ bool ApiMethodHelper::ValidateInput(QualifiedMethodName methodName,
   return false;
 }
 
-Core::MethodResult::PtrConstType ApiMethodHelper::ValidateOutput(QualifiedMethodName methodName,
-                                                                 const DataDefinition::PtrConstType& outputDefinition,
-                                                                 const DataValue::PtrConstType& output) {
+Core::MethodResult::PtrConstType ApiMethodHelper::ValidateOutput(
+    QualifiedMethodName methodName, const DataDefinition::PtrConstType& outputDefinition,
+    const DataValue::PtrConstType& output) {
   MessageList messages;
-  if (DataDefinition::Validate<Data::LooseMatch, Data::ValidatorModePermissive>(outputDefinition, output, messages)) {
+  if (DataDefinition::Validate<Data::LooseMatch, Data::ValidatorModePermissive>(outputDefinition, output,
+                                                                                messages)) {
     return Core::MethodResult::GetInstance(output);
   }
   messages.push_front(Message<CoreTag>("olma.invoke.invalid.output", methodName.str()));
@@ -132,7 +136,8 @@ Core::MethodResult::PtrConstType ApiMethodHelper::ValidateError(QualifiedMethodN
     CopyErrorMessages(error->messages(), messages);
     return ErrorResult(kInternalServerError, messages);
   }
-  if (DataDefinition::Validate<Data::LooseMatch, Data::ValidatorModePermissive>(*definition, error, messages)) {
+  if (DataDefinition::Validate<Data::LooseMatch, Data::ValidatorModePermissive>(*definition, error,
+                                                                                messages)) {
     return Core::MethodResult::GetErrorInstance(error);
   }
   messages.push_front(Message<CoreTag>("olma.invoke.invalid.error", methodName.str(), errorName));
@@ -140,7 +145,8 @@ Core::MethodResult::PtrConstType ApiMethodHelper::ValidateError(QualifiedMethodN
   return ErrorResult(kInternalServerError, messages);
 }
 
-void ApiMethodHelper::CopyErrorMessages(const Data::ListValue::PtrConstType& messagesValue, MessageList& messages) {
+void ApiMethodHelper::CopyErrorMessages(const Data::ListValue::PtrConstType& messagesValue,
+                                        MessageList& messages) {
   if (!messagesValue || messagesValue->empty()) return;
   // Converted aside and spliced in at the end, so a malformed element leaves `messages`
   // exactly as it was.
@@ -157,7 +163,8 @@ void ApiMethodHelper::CopyErrorMessages(const Data::ListValue::PtrConstType& mes
   messages.splice(messages.end(), converted);
 }
 
-ErrorDefinitionList ApiMethodHelper::AppendImplicitOperationErrors(const ErrorDefinitionList& errorDefinitions) {
+ErrorDefinitionList ApiMethodHelper::AppendImplicitOperationErrors(
+    const ErrorDefinitionList& errorDefinitions) {
   ErrorDefinitionList extended(errorDefinitions);
   extended.insert(extended.end(), ImplicitErrors().begin(), ImplicitErrors().end());
   return extended;

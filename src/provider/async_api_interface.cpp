@@ -17,9 +17,8 @@ std::shared_ptr<const LockFreeAsyncApiInterface> AsyncApiInterface::GetInstance(
                                                            std::move(interfaceIdentifier), methods);
 }
 
-LockFreeAsyncApiInterface::LockFreeAsyncApiInterface(PrivateTag,
-                                                     Core::InterfaceIdentifier::PtrConstType interfaceIdentifier,
-                                                     const MethodList& methods)
+LockFreeAsyncApiInterface::LockFreeAsyncApiInterface(
+    PrivateTag, Core::InterfaceIdentifier::PtrConstType interfaceIdentifier, const MethodList& methods)
     : id_(std::move(interfaceIdentifier)) {
   Core::MethodIdentifierSet identifiers;
   for (const AsyncApiMethod::PtrConstType& method : methods) {

@@ -26,12 +26,12 @@
 #include <memory>
 #include <string>
 
+#include "olma/core/byte_vector.h"
 #include "olma/core/export.h"
 #include "olma/core/message.h"
 #include "olma/data/data_type.h"
 #include "olma/data/modes.h"
 #include "olma/data/native_markers.h"
-#include "olma/core/byte_vector.h"
 
 namespace Olma {
 

@@ -23,8 +23,12 @@ class DataValue;
 // The native form of "no value".
 struct Void {};
 
-constexpr bool operator==(Void, Void) noexcept { return true; }
-constexpr bool operator!=(Void, Void) noexcept { return false; }
+constexpr bool operator==(Void, Void) noexcept {
+  return true;
+}
+constexpr bool operator!=(Void, Void) noexcept {
+  return false;
+}
 
 // Any value at all, passed through unchanged.
 struct Opaque {

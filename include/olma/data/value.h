@@ -148,7 +148,8 @@ OLMA_API DataValue::PtrConstType DataValue::Create<Void>();
 extern template OLMA_API bool DataValue::Compare<CompModeLoose>(const DataValue::PtrConstType&,
                                                                 const DataValue::PtrConstType&, MessageList&);
 extern template OLMA_API bool DataValue::Compare<CompModeStrict>(const DataValue::PtrConstType&,
-                                                                 const DataValue::PtrConstType&, MessageList&);
+                                                                 const DataValue::PtrConstType&,
+                                                                 MessageList&);
 
 extern template OLMA_API bool DataValue::Value<Void>(const DataValue::PtrConstType&, Void&, MessageList&);
 extern template OLMA_API bool DataValue::Value<long long>(const DataValue::PtrConstType&, long long&,
@@ -164,16 +165,18 @@ extern template OLMA_API bool DataValue::Value<DateTime>(const DataValue::PtrCon
 extern template OLMA_API bool DataValue::Value<SecretString>(const DataValue::PtrConstType&, SecretString&,
                                                              MessageList&);
 
-extern template OLMA_API bool DataValue::ToPrimitive<Void>(const DataValue::PtrConstType&, Void&, MessageList&);
+extern template OLMA_API bool DataValue::ToPrimitive<Void>(const DataValue::PtrConstType&, Void&,
+                                                           MessageList&);
 extern template OLMA_API bool DataValue::ToPrimitive<long long>(const DataValue::PtrConstType&, long long&,
                                                                 MessageList&);
 extern template OLMA_API bool DataValue::ToPrimitive<double>(const DataValue::PtrConstType&, double&,
                                                              MessageList&);
-extern template OLMA_API bool DataValue::ToPrimitive<bool>(const DataValue::PtrConstType&, bool&, MessageList&);
+extern template OLMA_API bool DataValue::ToPrimitive<bool>(const DataValue::PtrConstType&, bool&,
+                                                           MessageList&);
 extern template OLMA_API bool DataValue::ToPrimitive<ByteVector>(const DataValue::PtrConstType&, ByteVector&,
                                                                  MessageList&);
-extern template OLMA_API bool DataValue::ToPrimitive<std::string>(const DataValue::PtrConstType&, std::string&,
-                                                                  MessageList&);
+extern template OLMA_API bool DataValue::ToPrimitive<std::string>(const DataValue::PtrConstType&,
+                                                                  std::string&, MessageList&);
 extern template OLMA_API bool DataValue::ToPrimitive<DateTime>(const DataValue::PtrConstType&, DateTime&,
                                                                MessageList&);
 extern template OLMA_API bool DataValue::ToPrimitive<SecretString>(const DataValue::PtrConstType&,

@@ -93,7 +93,8 @@ struct OLMA_API ActivationHelpers {
   static std::optional<PeerBindingInfo> GetPeerTcpBindingInfo(const AsyncActivation::PtrType& activation) {
     return GetPeerTcpBindingInfo(activation.get());
   }
-  static std::optional<PeerBindingInfo> GetPeerTcpBindingInfo(const AsyncActivation::PtrConstType& activation) {
+  static std::optional<PeerBindingInfo> GetPeerTcpBindingInfo(
+      const AsyncActivation::PtrConstType& activation) {
     return GetPeerTcpBindingInfo(activation.get());
   }
 };

@@ -76,7 +76,9 @@ struct WrapT {
 
   const T& effective() const noexcept { return override ? *override : value; }
 
-  friend bool operator==(const WrapT& a, const WrapT& b) { return a.value == b.value && a.override == b.override; }
+  friend bool operator==(const WrapT& a, const WrapT& b) {
+    return a.value == b.value && a.override == b.override;
+  }
   friend bool operator!=(const WrapT& a, const WrapT& b) { return !(a == b); }
 };
 

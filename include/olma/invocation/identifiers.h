@@ -127,7 +127,8 @@ class OLMA_API MethodIdentifier {
   friend bool operator>=(const MethodIdentifier& a, const MethodIdentifier& b) noexcept { return !(a < b); }
 
   // Only the factories can name the tag; `interfaceIdentifier` must not be empty.
-  MethodIdentifier(PrivateTag, InterfaceIdentifier::PtrConstType interfaceIdentifier, std::string name) noexcept
+  MethodIdentifier(PrivateTag, InterfaceIdentifier::PtrConstType interfaceIdentifier,
+                   std::string name) noexcept
       : interface_(std::move(interfaceIdentifier)), name_(std::move(name)) {}
 
  private:

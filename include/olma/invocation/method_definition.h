@@ -42,7 +42,8 @@ class OLMA_API MethodDefinition {
   // A new definition of the method `identifier`. `input` describes the input structure,
   // `output` the result and `errors` the errors the method may report. Nothing is
   // validated or copied deeply: the definitions are shared.
-  static PtrConstType GetInstance(MethodIdentifier::PtrConstType identifier, Data::DataDefinition::PtrConstType input,
+  static PtrConstType GetInstance(MethodIdentifier::PtrConstType identifier,
+                                  Data::DataDefinition::PtrConstType input,
                                   Data::DataDefinition::PtrConstType output, ErrorList errors);
 
   const MethodIdentifier::PtrConstType& identifier() const noexcept { return identifier_; }
@@ -55,8 +56,9 @@ class OLMA_API MethodDefinition {
   std::string ToString() const;
 
   // Only GetInstance can name the tag.
-  MethodDefinition(PrivateTag, MethodIdentifier::PtrConstType identifier, Data::DataDefinition::PtrConstType input,
-                   Data::DataDefinition::PtrConstType output, ErrorList errors) noexcept
+  MethodDefinition(PrivateTag, MethodIdentifier::PtrConstType identifier,
+                   Data::DataDefinition::PtrConstType input, Data::DataDefinition::PtrConstType output,
+                   ErrorList errors) noexcept
       : identifier_(std::move(identifier)),
         input_(std::move(input)),
         output_(std::move(output)),
@@ -87,7 +89,8 @@ class OLMA_API InterfaceDefinition {
   const MethodIdentifierSet& methods() const noexcept { return methods_; }
 
   // Only GetInstance can name the tag.
-  InterfaceDefinition(PrivateTag, InterfaceIdentifier::PtrConstType identifier, MethodIdentifierSet methods) noexcept
+  InterfaceDefinition(PrivateTag, InterfaceIdentifier::PtrConstType identifier,
+                      MethodIdentifierSet methods) noexcept
       : identifier_(std::move(identifier)), methods_(std::move(methods)) {}
 
  private:

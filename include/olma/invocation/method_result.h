@@ -62,7 +62,8 @@ class OLMA_API MethodResult {
   virtual ~MethodResult();
 
   // Only the factories can name the tag.
-  MethodResult(PrivateTag, Data::DataValue::PtrConstType output, ErrorPtrConstType error, bool isError) noexcept
+  MethodResult(PrivateTag, Data::DataValue::PtrConstType output, ErrorPtrConstType error,
+               bool isError) noexcept
       : output_(std::move(output)), error_(std::move(error)), isError_(isError) {}
 
   MethodResult(const MethodResult&) = delete;

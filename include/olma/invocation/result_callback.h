@@ -57,8 +57,8 @@ class OLMA_API AsyncApiResultCb {
   // What a streamed call hands the consumer to ask for its next item: the consumer
   // calls it with the callback that is to receive that item.
   using Continuation = std::function<void(const PtrType&)>;
-  using FunctionType =
-      std::function<void(const MethodResult::PtrConstType& result, const Progress& progress, const Continuation& next)>;
+  using FunctionType = std::function<void(const MethodResult::PtrConstType& result, const Progress& progress,
+                                          const Continuation& next)>;
 
   // An empty callback: calling it raises std::bad_function_call.
   AsyncApiResultCb() noexcept = default;

@@ -80,17 +80,19 @@ struct OLMA_API ApiMethodHelper {
   // "com.zorvex.olma.std.errors.unexpected_input" when the validator's first message is
   // about a missing or extra field (its id begins with "olma.data.compound.field"), and
   // "com.zorvex.olma.std.errors.invalid_argument" otherwise.
-  static bool ValidateInput(QualifiedMethodName methodName, const Data::DataDefinition::PtrConstType& inputDefinition,
-                            const Data::DataValue::PtrConstType& input, Core::MethodResult::PtrConstType& result);
+  static bool ValidateInput(QualifiedMethodName methodName,
+                            const Data::DataDefinition::PtrConstType& inputDefinition,
+                            const Data::DataValue::PtrConstType& input,
+                            Core::MethodResult::PtrConstType& result);
 
   // Checks a handler's output against the method's output definition, loosely: fields
   // the definition does not name are allowed. Valid: a success result holding `output`.
   // Invalid: an error result "com.zorvex.olma.std.errors.internal_server_error" whose
   // messages are "olma.invoke.invalid.output" ("Invalid output for method: {1}")
   // followed by the validator's; the output itself is not passed on.
-  static Core::MethodResult::PtrConstType ValidateOutput(QualifiedMethodName methodName,
-                                                         const Data::DataDefinition::PtrConstType& outputDefinition,
-                                                         const Data::DataValue::PtrConstType& output);
+  static Core::MethodResult::PtrConstType ValidateOutput(
+      QualifiedMethodName methodName, const Data::DataDefinition::PtrConstType& outputDefinition,
+      const Data::DataValue::PtrConstType& output);
 
   // Checks an error raised by a handler against the method's declared errors and the
   // four implicit ones (declared first, so a declared definition wins over an implicit

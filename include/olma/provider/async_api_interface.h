@@ -62,7 +62,8 @@ class OLMA_API AsyncApiInterface {
   // and returns true. Not found: appends one message, "olma.async.api.interface.missing.method"
   // ("Interface missing method: {1}[{2}]", the interface name and `name`), to the end of
   // `messages`, leaves `method` unchanged and returns false.
-  virtual bool method(std::string_view name, AsyncApiMethod::PtrConstType& method, MessageList& messages) const = 0;
+  virtual bool method(std::string_view name, AsyncApiMethod::PtrConstType& method,
+                      MessageList& messages) const = 0;
 
   // All methods, by name.
   virtual const MethodMap& methods() const = 0;
@@ -81,7 +82,8 @@ class OLMA_API LockFreeAsyncApiInterface final : public AsyncApiInterface {
 
   const Core::InterfaceIdentifier::PtrConstType& id() const override { return id_; }
   const Core::InterfaceDefinition::PtrConstType& definition() const override { return definition_; }
-  bool method(std::string_view name, AsyncApiMethod::PtrConstType& method, MessageList& messages) const override;
+  bool method(std::string_view name, AsyncApiMethod::PtrConstType& method,
+              MessageList& messages) const override;
   const MethodMap& methods() const override { return methods_; }
 
   // Only AsyncApiInterface::GetInstance can name the tag.

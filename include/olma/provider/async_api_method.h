@@ -29,8 +29,9 @@
 #include "olma/core/export.h"
 #include "olma/data/definition.h"
 #include "olma/data/value.h"
-#include "olma/invocation/activation.h"
+#include "olma/invocation/async_activation.h"
 #include "olma/invocation/method_definition.h"
+#include "olma/invocation/result_callback.h"
 
 namespace Olma {
 namespace Provider {
@@ -58,7 +59,8 @@ class OLMA_API AsyncApiMethod {
   // failure; it may report progress (calls with an empty result) before that. What it
   // delivers is not trusted: the dispatcher checks it against output() and errors().
   // Must not throw; a failure is an error result.
-  virtual void Invoke(const Core::AsyncActivation::PtrType& activation, const Data::DataValue::PtrConstType& input,
+  virtual void Invoke(const Core::AsyncActivation::PtrType& activation,
+                      const Data::DataValue::PtrConstType& input,
                       const Core::AsyncApiResultCb::PtrType& resultCb) const = 0;
 
   // The definition of the input structure, used with strict field matching: an input

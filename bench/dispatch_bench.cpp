@@ -1,0 +1,244 @@
+// The cost of one in-process call through a provider, and how much of it is not the
+// validator's.
+//
+// A call is what a transport does once it has parsed a request: look the method up in an
+// interface, check the input, run the handler (here: it echoes one input field as its
+// output), check the output, and deliver the result to the caller's callback. It is run
+// for a small input (a structure of 3 scalar fields) and for a large one (a list of 1,000
+// records of 3 fields, echoed back whole). The same run measures the two validations
+// alone on the same values; the difference is the dispatch overhead, which should stay
+// under a microsecond per call whatever the size of the input.
+//
+// The activation (the transport's per-request object) is made once and reused; every
+// other object of a call is made per call.
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <benchmark/benchmark.h>
+
+#include "olma/data/definitions.h"
+#include "olma/data/values.h"
+#include "olma/invocation/async_activation.h"
+#include "olma/invocation/execution_context.h"
+#include "olma/invocation/method_result.h"
+#include "olma/invocation/result_callback.h"
+#include "olma/provider/api_method_helper.h"
+#include "olma/provider/async_api_interface.h"
+#include "olma/provider/async_api_method.h"
+
+namespace {
+
+using namespace Olma::Data;
+using Olma::Core::AsyncActivation;
+using Olma::Core::AsyncApiResultCb;
+using Olma::Core::MethodResult;
+using Olma::Provider::ApiMethodHelper;
+using Olma::Provider::AsyncApiInterface;
+using Olma::Provider::AsyncApiMethod;
+using Olma::Provider::ErrorDefinitionList;
+using Olma::Provider::QualifiedMethodName;
+
+// A handler that answers with a structure holding one field of its input, shared, not
+// copied.
+class EchoMethod final : public AsyncApiMethod {
+ public:
+  EchoMethod(std::string name, std::string field, DataDefinition::PtrConstType input,
+             DataDefinition::PtrConstType output)
+      : name_(std::move(name)),
+        field_(std::move(field)),
+        input_(std::move(input)),
+        output_(std::move(output)) {}
+
+  const std::string& name() const override { return name_; }
+  void Invoke(const AsyncActivation::PtrType&, const DataValue::PtrConstType& input,
+              const AsyncApiResultCb::PtrType& resultCb) const override {
+    (*resultCb)(MethodResult::GetInstance(Echo(*input)));
+  }
+  DataDefinition::PtrConstType input() const override { return input_; }
+  DataDefinition::PtrConstType output() const override { return output_; }
+  const ErrorDefinitionList& errors() const override { return errors_; }
+
+  DataValue::PtrConstType Echo(const DataValue& input) const {
+    auto output = StructValue::GetInstance("echo");
+    output->SetField(field_, static_cast<const StructValue&>(input).fields().find(field_)->second);
+    return output;
+  }
+
+ private:
+  std::string name_;
+  std::string field_;
+  DataDefinition::PtrConstType input_;
+  DataDefinition::PtrConstType output_;
+  ErrorDefinitionList errors_;
+};
+
+// The dispatcher a transport runs for each request (see examples/demo.cpp).
+void Dispatch(const AsyncApiInterface& api, std::string_view methodName, const DataValue::PtrConstType& input,
+              const AsyncActivation::PtrType& activation, const AsyncApiResultCb::PtrType& deliver) {
+  Olma::MessageList messages;
+  AsyncApiMethod::PtrConstType method;
+  if (!api.method(methodName, method, messages)) {
+    (*deliver)(MethodResult::GetErrorInstance(
+        ErrorValue::Create("com.zorvex.olma.std.errors.operation_not_found", messages)));
+    return;
+  }
+  MethodResult::PtrConstType rejected;
+  if (!ApiMethodHelper::ValidateInput(QualifiedMethodName(api.id()->name(), method->name()), method->input(),
+                                      input, rejected)) {
+    (*deliver)(rejected);
+    return;
+  }
+  auto checked = std::make_shared<AsyncApiResultCb>([method, interfaceId = api.id(), deliver](
+                                                        const MethodResult::PtrConstType& result,
+                                                        const Olma::Core::Progress& progress,
+                                                        const AsyncApiResultCb::Continuation& next) {
+    if (!result) return (*deliver)(nullptr, progress, next);
+    const QualifiedMethodName name(interfaceId->name(), method->name());
+    (*deliver)(result->isError() ? ApiMethodHelper::ValidateError(name, method->errors(), result->error())
+                                 : ApiMethodHelper::ValidateOutput(name, method->output(), result->output()));
+  });
+  method->Invoke(activation, input, checked);
+}
+
+struct Fixture {
+  AsyncApiInterface::PtrConstType api;
+  std::shared_ptr<const EchoMethod> method;
+  std::string methodName;
+  DataValue::PtrConstType input;
+};
+
+const DataDefinition::PtrConstType& RecordDefinition() {
+  static const DataDefinition::PtrConstType record =
+      StructDefinition::GetInstance("record", {{"id", IntegerDefinition::GetInstance()},
+                                               {"name", StringDefinition::GetInstance()},
+                                               {"score", DoubleDefinition::GetInstance()}});
+  return record;
+}
+
+const Fixture& Small() {
+  static const Fixture fixture = [] {
+    auto method = std::make_shared<const EchoMethod>(
+        "echo_small", "name",
+        StructDefinition::GetInstance("small_input", {{"id", IntegerDefinition::GetInstance()},
+                                                      {"name", StringDefinition::GetInstance()},
+                                                      {"score", DoubleDefinition::GetInstance()}}),
+        StructDefinition::GetInstance("echo", {{"name", StringDefinition::GetInstance()}}));
+    auto input = StructValue::GetInstance("small_input");
+    input->SetField("id", IntegerValue::GetInstance(42));
+    input->SetField("name", StringValue::GetInstance("widget"));
+    input->SetField("score", DoubleValue::GetInstance(0.5));
+    auto api = AsyncApiInterface::GetInstance(
+        Olma::Core::InterfaceIdentifier::GetInstance("com.example.bench"), {method});
+    return Fixture{api, method, "echo_small", input};
+  }();
+  return fixture;
+}
+
+const Fixture& Records() {
+  static const Fixture fixture = [] {
+    const auto records = ListDefinition::GetInstance(RecordDefinition());
+    auto method = std::make_shared<const EchoMethod>(
+        "echo_records", "records", StructDefinition::GetInstance("records_input", {{"records", records}}),
+        StructDefinition::GetInstance("echo", {{"records", records}}));
+    auto list = ListValue::GetInstance();
+    for (long long i = 0; i < 1000; ++i) {
+      auto record = StructValue::GetInstance("record");
+      record->SetField("id", IntegerValue::GetInstance(i));
+      record->SetField("name", StringValue::GetInstance("record-" + std::to_string(i)));
+      record->SetField("score", DoubleValue::GetInstance(static_cast<double>(i) / 4));
+      list->push_back(std::move(record));
+    }
+    auto input = StructValue::GetInstance("records_input");
+    input->SetField("records", std::move(list));
+    auto api = AsyncApiInterface::GetInstance(
+        Olma::Core::InterfaceIdentifier::GetInstance("com.example.bench"), {method});
+    return Fixture{api, method, "echo_records", input};
+  }();
+  return fixture;
+}
+
+void BM_Dispatch(benchmark::State& state, const Fixture& (*fixture)()) {
+  const Fixture& f = fixture();
+  const auto activation = AsyncActivation::GetInstance(Olma::Core::ExecutionContext::GetInstance());
+  long long failures = 0;
+  for (auto _ : state) {
+    auto deliver = std::make_shared<AsyncApiResultCb>([&failures](const MethodResult::PtrConstType& result,
+                                                                  const Olma::Core::Progress&,
+                                                                  const AsyncApiResultCb::Continuation&) {
+      if (result->isError()) ++failures;
+      benchmark::DoNotOptimize(result.get());
+    });
+    Dispatch(*f.api, f.methodName, f.input, activation, deliver);
+  }
+  if (failures != 0) state.SkipWithError("a call failed");
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));
+}
+
+// The validator's share of a call: the input checked strictly, the echoed output loosely.
+void BM_ValidationOnly(benchmark::State& state, const Fixture& (*fixture)()) {
+  const Fixture& f = fixture();
+  const DataValue::PtrConstType output = f.method->Echo(*f.input);
+  Olma::MessageList messages;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        DataDefinition::Validate<StrictMatch, ValidatorModePermissive>(f.method->input(), f.input, messages));
+    benchmark::DoNotOptimize(
+        DataDefinition::Validate<LooseMatch, ValidatorModePermissive>(f.method->output(), output, messages));
+  }
+  if (!messages.empty()) state.SkipWithError("validation failed");
+  state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));
+}
+
+BENCHMARK_CAPTURE(BM_Dispatch, small, &Small)->Unit(benchmark::kNanosecond);
+BENCHMARK_CAPTURE(BM_ValidationOnly, small, &Small)->Unit(benchmark::kNanosecond);
+BENCHMARK_CAPTURE(BM_Dispatch, records1000, &Records)->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_ValidationOnly, records1000, &Records)->Unit(benchmark::kMicrosecond);
+
+// After the usual table, prints per input: calls per second, and the time of a call spent
+// outside the validator (call time minus validation time) with its share of the call.
+class DispatchReporter : public benchmark::ConsoleReporter {
+ public:
+  void ReportRuns(const std::vector<Run>& runs) override {
+    ConsoleReporter::ReportRuns(runs);
+    for (const Run& run : runs) {
+      if (run.run_type != Run::RT_Iteration || run.iterations == 0 || run.error_occurred) continue;
+      const double nanoseconds = run.GetAdjustedCPUTime() *
+                                 benchmark::GetTimeUnitMultiplier(benchmark::kNanosecond) /
+                                 benchmark::GetTimeUnitMultiplier(run.time_unit);
+      nanoseconds_[run.benchmark_name()] = nanoseconds;
+    }
+  }
+
+  void Finalize() override {
+    ConsoleReporter::Finalize();
+    std::printf("\n%-12s %14s %14s %14s %16s %9s\n", "input", "calls/s", "call ns", "validator ns",
+                "outside val. ns", "outside");
+    for (const char* input : {"small", "records1000"}) {
+      const auto call = nanoseconds_.find(std::string("BM_Dispatch/") + input);
+      const auto validation = nanoseconds_.find(std::string("BM_ValidationOnly/") + input);
+      if (call == nanoseconds_.end() || validation == nanoseconds_.end()) continue;
+      const double outside = call->second - validation->second;
+      std::printf("%-12s %14.0f %14.1f %14.1f %16.1f %8.1f%%\n", input, 1e9 / call->second, call->second,
+                  validation->second, outside, 100.0 * outside / call->second);
+    }
+    std::printf("(outside = call CPU time - validation CPU time, from separate runs: a noisy difference)\n");
+  }
+
+ private:
+  std::map<std::string, double> nanoseconds_;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
+  DispatchReporter reporter;
+  benchmark::RunSpecifiedBenchmarks(&reporter);
+  benchmark::Shutdown();
+  return 0;
+}

@@ -1,0 +1,289 @@
+#include "olma/data/comparator.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "data/comparator_detail.h"
+#include "olma/data/adapter.h"
+#include "olma/data/definitions.h"
+
+namespace Olma {
+namespace Data {
+namespace {
+
+using DefinitionPtr = DataDefinition::PtrConstType;
+using DefinitionAdapter = DataAdapter<DefinitionPtr, DefinitionPtr, MessageList>;
+using FieldMap = DataDefinition::FieldMap;
+
+// An unset name or field map compares as an empty one.
+std::string_view NameOf(const std::optional<std::string>& name) noexcept {
+  return name ? std::string_view(*name) : std::string_view();
+}
+
+const FieldMap& FieldsOf(const std::optional<FieldMap>& fields) noexcept {
+  static const FieldMap kNoFields;
+  return fields ? *fields : kNoFields;
+}
+
+// A visitor whose slots do nothing; the probes below override the slots they look for.
+class IgnoringDefinitionVisitor : public DefinitionVisitor {
+ public:
+  void VisitVoid(const std::shared_ptr<const VoidDefinition>&) override {}
+  void VisitOpaque(const std::shared_ptr<const OpaqueDefinition>&) override {}
+  void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>&) override {}
+  void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>&) override {}
+  void VisitInteger(const std::shared_ptr<const IntegerDefinition>&) override {}
+  void VisitDouble(const std::shared_ptr<const DoubleDefinition>&) override {}
+  void VisitBoolean(const std::shared_ptr<const BooleanDefinition>&) override {}
+  void VisitBlob(const std::shared_ptr<const BlobDefinition>&) override {}
+  void VisitString(const std::shared_ptr<const StringDefinition>&) override {}
+  void VisitSecret(const std::shared_ptr<const SecretDefinition>&) override {}
+  void VisitError(const std::shared_ptr<const ErrorDefinition>&) override {}
+  void VisitOptional(const std::shared_ptr<const OptionalDefinition>&) override {}
+  void VisitList(const std::shared_ptr<const ListDefinition>&) override {}
+  void VisitStruct(const std::shared_ptr<const StructDefinition>&) override {}
+  void VisitStructRef(const std::shared_ptr<const StructRefDefinition>&) override {}
+  void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>&) override {}
+  void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>&) override {}
+};
+
+// Two classes share the kind OPTIONAL; this tells which one a definition is, and reads
+// the element of either.
+class OptionalShape final : public IgnoringDefinitionVisitor {
+ public:
+  void VisitOptional(const std::shared_ptr<const OptionalDefinition>& definition) override {
+    element = &definition->element();
+  }
+  void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& definition) override {
+    element = &definition->element();
+    unionCase = definition;
+  }
+
+  const DefinitionPtr* element = nullptr;
+  std::shared_ptr<const UnionCaseDefinition> unionCase;  // empty unless it is a union case
+};
+
+struct DefinitionComparatorHelper {
+  // Queues the comparison of `a` with `b`, with the method that fits the class of `a`.
+  // Classes that share a kind (StringDefinition and IsOneOfDefinition, OptionalDefinition
+  // and UnionCaseDefinition) need the visitor to be told apart.
+  static void Dispatch(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
+                       MessageList&) {
+    if (a && b) {
+      DefinitionToEntriesVisitor visitor(b, work);
+      a->AcceptVisitor(visitor);
+    } else if (a || b) {
+      work.Push(a, b, &UnsetMethod);
+    }
+  }
+
+  class DefinitionToEntriesVisitor final : public DefinitionVisitor {
+   public:
+    DefinitionToEntriesVisitor(const DefinitionPtr& second, DefinitionAdapter& work)
+        : b_(second), work_(work) {}
+
+    void VisitVoid(const std::shared_ptr<const VoidDefinition>& a) override { Push(a, &PrimitiveMethod); }
+    void VisitOpaque(const std::shared_ptr<const OpaqueDefinition>& a) override { Push(a, &PrimitiveMethod); }
+    void VisitInteger(const std::shared_ptr<const IntegerDefinition>& a) override {
+      Push(a, &PrimitiveMethod);
+    }
+    void VisitDouble(const std::shared_ptr<const DoubleDefinition>& a) override { Push(a, &PrimitiveMethod); }
+    void VisitBoolean(const std::shared_ptr<const BooleanDefinition>& a) override {
+      Push(a, &PrimitiveMethod);
+    }
+    void VisitBlob(const std::shared_ptr<const BlobDefinition>& a) override { Push(a, &PrimitiveMethod); }
+    void VisitString(const std::shared_ptr<const StringDefinition>& a) override { Push(a, &PrimitiveMethod); }
+    void VisitSecret(const std::shared_ptr<const SecretDefinition>& a) override { Push(a, &PrimitiveMethod); }
+    void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>& a) override {
+      Push(a, &PrimitiveMethod);
+    }
+    void VisitOptional(const std::shared_ptr<const OptionalDefinition>& a) override {
+      Push(a, &CompositeMethod<OptionalDefinition>);
+    }
+    void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& a) override {
+      Push(a, &CompositeMethod<UnionCaseDefinition>);
+    }
+    void VisitList(const std::shared_ptr<const ListDefinition>& a) override {
+      Push(a, &CompositeMethod<ListDefinition>);
+    }
+    void VisitStruct(const std::shared_ptr<const StructDefinition>& a) override {
+      Push(a, &CompositeMethod<StructDefinition>);
+    }
+    void VisitError(const std::shared_ptr<const ErrorDefinition>& a) override {
+      Push(a, &CompositeMethod<ErrorDefinition>);
+    }
+    void VisitStructRef(const std::shared_ptr<const StructRefDefinition>& a) override {
+      Push(a, &CompositeMethod<StructRefDefinition>);
+    }
+    void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& a) override {
+      Push(a, &CompositeMethod<DynamicStructureDefinition>);
+    }
+    void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& a) override {
+      Push(a, &CompositeMethod<DynamicErrorDefinition>);
+    }
+
+   private:
+    void Push(DefinitionPtr a, DefinitionAdapter::Method method) { work_.Push(std::move(a), b_, method); }
+
+    const DefinitionPtr& b_;
+    DefinitionAdapter& work_;
+  };
+
+  // The kind test every method starts with; there is no loose mode for definitions.
+  static bool CompareTypes(const DataDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
+                           MessageList& messages) {
+    if (a.type() == b.type()) return true;
+    ReportMismatch(a, b, work, messages);
+    return false;
+  }
+
+  static void ReportMismatch(const DataDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
+                             MessageList& messages) {
+    Detail::ReportDifference(work, messages, "olma.data.type.mismatch", a.ToString(), b.ToString());
+  }
+
+  // One side is an empty pointer, the other is not.
+  static void UnsetMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
+                          MessageList& messages) {
+    Detail::ReportDifference(work, messages, "olma.data.type.mismatch", Detail::RenderNode(a.get()),
+                             Detail::RenderNode(b.get()));
+  }
+
+  // Scalars, opaque and is-one-of: the kind is all there is to compare (predicates cannot
+  // be compared).
+  static void PrimitiveMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
+                              MessageList& messages) {
+    CompareTypes(*a, *b, work, messages);
+  }
+
+  template <class X>
+  static void CompositeMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
+                              MessageList& messages) {
+    if (!CompareTypes(*a, *b, work, messages)) return;
+    CompareInt(std::static_pointer_cast<const X>(a), b, work, messages);
+  }
+
+  static void CompareInt(const std::shared_ptr<const ListDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    // LIST has one class only.
+    Dispatch(a->element(), static_cast<const ListDefinition&>(*b).element(), work, messages);
+  }
+
+  // An optional against an optional or a union case: their elements.
+  static void CompareInt(const std::shared_ptr<const OptionalDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    OptionalShape shape;
+    b->AcceptVisitor(shape);
+    if (shape.element == nullptr) {  // not reached: OPTIONAL has no third class
+      ReportMismatch(*a, *b, work, messages);
+      return;
+    }
+    Dispatch(a->element(), *shape.element, work, messages);
+  }
+
+  // A union case only against a union case with the same tag field name.
+  static void CompareInt(const std::shared_ptr<const UnionCaseDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    OptionalShape shape;
+    b->AcceptVisitor(shape);
+    if (!shape.unionCase || !UnionCaseDefinition::Compare(a, shape.unionCase)) {
+      ReportMismatch(*a, *b, work, messages);
+      return;
+    }
+    Dispatch(a->element(), shape.unionCase->element(), work, messages);
+  }
+
+  // References: equal names, and both or neither target alive. Targets are not followed,
+  // which keeps recursive types finite.
+  static void CompareInt(const std::shared_ptr<const StructRefDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    const auto& y = static_cast<const StructRefDefinition&>(*b);
+    if (NameOf(a->name()) != NameOf(y.name()) ||
+        static_cast<bool>(a->target()) != static_cast<bool>(y.target())) {
+      ReportMismatch(*a, y, work, messages);
+    }
+  }
+
+  static void CompareInt(const std::shared_ptr<const StructDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    CompareCompound<StructDefinition>(*a, static_cast<const StructDefinition&>(*b), work, messages);
+  }
+
+  static void CompareInt(const std::shared_ptr<const ErrorDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    CompareCompound<ErrorDefinition>(*a, static_cast<const ErrorDefinition&>(*b), work, messages);
+  }
+
+  static void CompareInt(const std::shared_ptr<const DynamicStructureDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    CompareCompound<DynamicStructureDefinition>(*a, static_cast<const DynamicStructureDefinition&>(*b), work,
+                                                messages);
+  }
+
+  static void CompareInt(const std::shared_ptr<const DynamicErrorDefinition>& a, const DefinitionPtr& b,
+                         DefinitionAdapter& work, MessageList& messages) {
+    CompareCompound<DynamicErrorDefinition>(*a, static_cast<const DynamicErrorDefinition&>(*b), work,
+                                            messages);
+  }
+
+  // The name of a compound definition; the dynamic ones all share a placeholder name.
+  template <class X>
+  static std::string_view CompoundName(const X& definition) noexcept {
+    if constexpr (std::is_same_v<X, DynamicStructureDefinition> ||
+                  std::is_same_v<X, DynamicErrorDefinition>) {
+      static_cast<void>(definition);
+      return "_dynS";
+    } else {
+      return NameOf(definition.name());
+    }
+  }
+
+  // As strict compound values: names, then field counts, then the fields in ascending
+  // name order.
+  template <class X>
+  static void CompareCompound(const X& a, const X& b, DefinitionAdapter& work, MessageList& messages) {
+    if (CompoundName(a) != CompoundName(b)) {
+      Detail::ReportDifference(work, messages, "olma.data.value.comp.struct.names.not.eq", a.ToString(),
+                               b.ToString());
+      return;
+    }
+    const FieldMap& x = FieldsOf(a.fields());
+    const FieldMap& y = FieldsOf(b.fields());
+    if (x.size() != y.size()) {
+      Detail::ReportDifference(work, messages, "olma.data.value.comp.values.not.eq.sizes", a.ToString(),
+                               b.ToString());
+      return;
+    }
+    const std::string* missing = Detail::PairFieldsDescending(
+        x, y, [&](const DefinitionPtr& p, const DefinitionPtr& q) { Dispatch(p, q, work, messages); });
+    if (missing != nullptr) {
+      Detail::ReportDifference(work, messages, "olma.data.value.comp.struct.missing.field", *missing,
+                               a.ToString(), b.ToString());
+    }
+  }
+};
+
+}  // namespace
+
+bool DefinitionComparator::Compare(const DataDefinition::PtrConstType& a,
+                                   const DataDefinition::PtrConstType& b, MessageList& messages) {
+  if (!a || !b) return !a && !b;
+  const auto before = messages.size();
+  DefinitionAdapter engine(&DefinitionComparatorHelper::Dispatch);
+  engine.Adapt(a, b, messages);
+  return messages.size() == before;
+}
+
+bool DataDefinition::Compare(const PtrConstType& a, const PtrConstType& b) {
+  MessageList discarded;
+  return DefinitionComparator::Compare(a, b, discarded);
+}
+
+bool DataDefinition::Compare(const PtrConstType& a, const PtrConstType& b, MessageList& messages) {
+  return DefinitionComparator::Compare(a, b, messages);
+}
+
+}  // namespace Data
+}  // namespace Olma

@@ -1,0 +1,468 @@
+#include "olma/data/validator.h"
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <type_traits>
+
+#include <boost/logic/tribool.hpp>
+
+#include "olma/core/message.h"
+#include "olma/data/adapter.h"
+#include "olma/data/definition_visitor.h"
+#include "olma/data/definitions.h"
+#include "olma/data/value_access.h"
+#include "olma/data/values.h"
+
+namespace Olma {
+namespace Data {
+namespace DataValidatorHelper {
+namespace {
+
+// The walk runs on the adaptation engine with plain pointers into the two trees. The
+// caller holds both roots for the whole call and shared trees never change, so every node
+// and every field name outlives the walk; pointers spare the reference-count traffic that
+// shared pointers would cost on every node, which matters most when many threads validate
+// against the same definitions at once.
+using ValueFieldMap = CompoundValue::FieldMap;
+
+// The value being checked and where it sits.
+struct DstType {
+  DstType() = default;
+  explicit DstType(const DataValue::PtrConstType* valueSlot) noexcept : value(valueSlot) {}
+  DstType(const DataValue::PtrConstType* valueSlot, const ValueFieldMap* containerFields,
+          std::string_view name, std::string_view container) noexcept
+      : value(valueSlot), fields(containerFields), fieldName(name), structName(container) {}
+
+  // The pointer as its parent holds it (never null itself; what it holds may be empty).
+  const DataValue::PtrConstType* value = nullptr;
+  // The fields of the enclosing structure, when the value is one of them: the union-case
+  // rule reads its tag there. Null for the top value, list elements and optional contents.
+  const ValueFieldMap* fields = nullptr;
+  std::string_view fieldName;
+  // The enclosing structure's definition name, or "_dynS"/"_dynE" under a dynamic
+  // structure or error; only ever shown in union-case messages.
+  std::string_view structName;
+};
+
+using Source = const DataDefinition*;
+using Adapter = DataAdapter<Source, DstType, MessageList>;
+using Method = Adapter::Method;
+
+constexpr std::string_view kDynamicStructName = "_dynS";
+constexpr std::string_view kDynamicErrorName = "_dynE";
+
+template <class Mode>
+constexpr bool kPermissive = std::is_same_v<Mode, ValidatorModePermissive>;
+
+template <class Match, class Mode>
+void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors);
+
+// A child definition pointer that is empty is a construction error of the tree's builder;
+// it is reported as a mismatch rather than followed.
+void ReportUnsetDefinition(const DstType& dst, Adapter& adapter, MessageList& errors) {
+  ValidatorErrorReport::Error(adapter, errors, "<unset>", Detail::RenderValue(*dst.value));
+}
+
+// The text of a value for enumerations and union tags. A StringValue is read in place;
+// anything else goes through the strict string conversion, which reports its own failure.
+// Returns null on failure.
+const std::string* ValueAsString(const DataValue::PtrConstType& value, std::string& scratch,
+                                 MessageList& errors) {
+  if (value && value->type() == DataType::STRING) return &static_cast<const StringValue&>(*value).value();
+  if (!DataValue::Value<std::string>(value, scratch, errors)) return nullptr;
+  return &scratch;
+}
+
+std::string_view NameOf(const std::optional<std::string>& name) noexcept {
+  return name ? std::string_view(*name) : std::string_view();
+}
+
+std::string_view StructNameOf(const StructDefinition& definition) noexcept {
+  return NameOf(definition.name());
+}
+std::string_view StructNameOf(const ErrorDefinition& definition) noexcept {
+  return NameOf(definition.name());
+}
+std::string_view StructNameOf(const DynamicStructureDefinition&) noexcept {
+  return kDynamicStructName;
+}
+std::string_view StructNameOf(const DynamicErrorDefinition&) noexcept {
+  return kDynamicErrorName;
+}
+
+// The union-case rule: whether the presence of the case field (`dst`, set or not as
+// `isSet` says) agrees with the tag field of the same structure.
+bool CheckUnionCase(const UnionCaseDefinition& definition, const DstType& dst, bool isSet, Adapter& adapter,
+                    MessageList& errors) {
+  const std::string& tagName = definition.tagFieldName();
+  const auto tag = dst.fields->find(tagName);
+  if (tag == dst.fields->end()) {
+    errors.push_back(Message<CoreTag>("olma.data.compound.field.missing", tagName, definition.ToString(),
+                                      Detail::RenderValue(*dst.value)));
+    adapter.Clear();
+    return false;
+  }
+  const DataValue::PtrConstType* content = &tag->second;
+  if (*content && (*content)->type() == DataType::OPTIONAL) {
+    const auto& optional = static_cast<const OptionalValue&>(**content);
+    if (!optional.isSet()) {
+      if (!isSet) return true;
+      errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.notag", dst.structName, tagName,
+                                        dst.fieldName));
+      adapter.Clear();
+      return false;
+    }
+    content = &optional.value();
+  }
+  std::string scratch;
+  const std::string* text = ValueAsString(*content, scratch, errors);
+  if (!text) {
+    adapter.Clear();
+    return false;
+  }
+  const boost::logic::tribool answer = definition.Check(*text);
+  if (boost::logic::indeterminate(answer)) return true;
+  if (!answer && isSet) {
+    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isset", dst.structName, tagName,
+                                      *text, dst.fieldName));
+    adapter.Clear();
+    return false;
+  }
+  if (answer && !isSet) {
+    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isnotset", dst.structName, tagName,
+                                      *text, dst.fieldName));
+    adapter.Clear();
+    return false;
+  }
+  return true;
+}
+
+// Matches the fields of `definition` against those of `value`. Both maps are ordered by
+// name, so one merge from the back finds every field: walking the definition in reverse
+// name order pushes the deferred checks so that they run in ascending order. Scalar
+// checks happen at once (later names first). A missing required field ends the walk of
+// this structure.
+template <class Match, class Mode, class Definition>
+void ValidateCompoundLoose(const Definition& definition, const CompoundValue& value,
+                           std::string_view structName, Adapter& adapter, MessageList& errors) {
+  const auto& definitionFields = definition.fields();
+  if (!definitionFields) return;
+  const ValueFieldMap& fields = value.fields();
+  auto field = fields.rbegin();
+  const auto fieldsEnd = fields.rend();
+  for (auto declared = definitionFields->rbegin(); declared != definitionFields->rend(); ++declared) {
+    const std::string& name = declared->first;
+    int order = -1;
+    while (field != fieldsEnd && (order = field->first.compare(name)) > 0) ++field;
+    if (field != fieldsEnd && order == 0) {
+      Dispatch<Match, Mode>(declared->second.get(),
+                            DstType(&field->second, &fields, field->first, structName), adapter, errors);
+      ++field;
+      continue;
+    }
+    // Absent. OPTIONAL definitions (union cases included) may be left out.
+    if (declared->second && declared->second->type() == DataType::OPTIONAL) continue;
+    errors.push_back(
+        Message<CoreTag>("olma.data.compound.field.missing", name, definition.ToString(), value.ToString()));
+    adapter.Clear();
+    return;
+  }
+}
+
+// Refuses a value with more fields than its definition, naming the first field (in name
+// order) that the definition does not have. A value with no more fields than the
+// definition passes even if some of them are foreign: the missing-field check has
+// already reported the fields it lacks.
+template <class Definition>
+void ValidateCompoundStrict(const Definition& definition, const CompoundValue& value, Adapter& adapter,
+                            MessageList& errors) {
+  const ValueFieldMap& fields = value.fields();
+  const auto& definitionFields = definition.fields();
+  const std::size_t declaredCount = definitionFields ? definitionFields->size() : 0;
+  if (fields.size() <= declaredCount) return;
+  for (const auto& field : fields) {
+    bool declared = false;
+    if (definitionFields) {
+      const auto found = definitionFields->lower_bound(field.first);
+      declared = found != definitionFields->end() && found->first == field.first;
+    }
+    if (!declared) {
+      errors.push_back(Message<CoreTag>("olma.data.compound.field.extra", field.first, definition.ToString(),
+                                        value.ToString()));
+      adapter.Clear();
+      return;
+    }
+  }
+}
+
+// The deferred step of a composite: walks one level of `Value` under `Definition`. Only
+// ever queued after the kinds have been checked, so both narrowings are sound.
+template <class Match, class Mode, class Definition, class Value>
+void CompositeMethod(const Source& source, const DstType& dst, Adapter& adapter, MessageList& errors) {
+  const auto& definition = static_cast<const Definition&>(*source);
+  const auto& value = static_cast<const Value&>(**dst.value);
+  if constexpr (std::is_same_v<Value, OptionalValue>) {
+    if (value.isSet())
+      Dispatch<Match, Mode>(definition.element().get(), DstType(&value.value()), adapter, errors);
+  } else if constexpr (std::is_same_v<Value, ListValue>) {
+    const DataDefinition* element = definition.element().get();
+    for (const auto& item : value) Dispatch<Match, Mode>(element, DstType(&item), adapter, errors);
+  } else {
+    ValidateCompoundLoose<Match, Mode>(definition, value, StructNameOf(definition), adapter, errors);
+    if constexpr (std::is_same_v<Match, StrictMatch>)
+      ValidateCompoundStrict(definition, value, adapter, errors);
+  }
+}
+
+// Whether a typed list needs no look at its elements: its element kind fits the declared
+// element kind. A structure stands for a map given where a list of structures is declared.
+bool PackedListFits(DataType valueType, DataType elementType) noexcept {
+  switch (valueType) {
+    case DataType::LIST_BOOL:
+      return elementType == DataType::BOOLEAN;
+    case DataType::LIST_LONG:
+      return elementType == DataType::INTEGER;
+    case DataType::LIST_DOUBLE:
+      return elementType == DataType::DOUBLE;
+    case DataType::LIST_BLOB:
+      return elementType == DataType::BLOB;
+    case DataType::LIST_STRING:
+      return elementType == DataType::BLOB || elementType == DataType::STRING ||
+             elementType == DataType::SECRET;
+    case DataType::LIST_SECRET:
+      return elementType == DataType::SECRET;
+    case DataType::STRUCTURE:
+      return elementType == DataType::STRUCTURE;
+    default:
+      return false;
+  }
+}
+
+// Applies one definition to one value: checks what can be checked at once and queues the
+// composites. A visit may also hand the same value on to another definition (a bare
+// value standing for an optional's content, in permissive mode); Run applies those in a
+// loop, so chains of optionals cost no call depth.
+template <class Match, class Mode>
+class DefinitionToEntriesVisitor final : public DefinitionVisitor {
+ public:
+  DefinitionToEntriesVisitor(const DstType& dst, Adapter& adapter, MessageList& errors) noexcept
+      : dst_(dst), adapter_(adapter), errors_(errors) {}
+
+  void Run(const DataDefinition& definition) {
+    definition.AcceptVisitor(*this);
+    while (handedOn_) {
+      handedOn_ = false;
+      if (!next_) {
+        ReportUnsetDefinition(dst_, adapter_, errors_);
+        break;
+      }
+      next_->AcceptVisitor(*this);
+    }
+    if (pendingUnion_ && errors_.size() == unionBaseline_) {
+      CheckUnionCase(*pendingUnion_, unionDst_, true, adapter_, errors_);
+    }
+  }
+
+  void VisitVoid(const std::shared_ptr<const VoidDefinition>& definition) override { CheckKind(*definition); }
+  void VisitOpaque(const std::shared_ptr<const OpaqueDefinition>&) override {}
+  void VisitInteger(const std::shared_ptr<const IntegerDefinition>& definition) override {
+    CheckKind(*definition);
+  }
+  void VisitDouble(const std::shared_ptr<const DoubleDefinition>& definition) override {
+    CheckKind(*definition);
+  }
+  void VisitBoolean(const std::shared_ptr<const BooleanDefinition>& definition) override {
+    CheckKind(*definition);
+  }
+  void VisitBlob(const std::shared_ptr<const BlobDefinition>& definition) override { CheckKind(*definition); }
+  void VisitString(const std::shared_ptr<const StringDefinition>& definition) override {
+    CheckKind(*definition);
+  }
+  void VisitSecret(const std::shared_ptr<const SecretDefinition>& definition) override {
+    CheckKind(*definition);
+  }
+
+  void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>& definition) override {
+    std::string scratch;
+    const std::string* text = ValueAsString(value(), scratch, errors_);
+    if (!text) return;  // the conversion has said why
+    if (!definition->Check(*text)) {
+      errors_.push_back(Message<CoreTag>("olma.data.value.unknown", *text));
+      adapter_.Clear();
+    }
+  }
+
+  void VisitStructRef(const std::shared_ptr<const StructRefDefinition>& definition) override {
+    const auto target = definition->target();
+    if (!target) {
+      // The owner let the structure go: nothing is left to check against.
+      ValidatorErrorReport::Error(adapter_, errors_, definition->ToString(), Detail::RenderValue(value()));
+      return;
+    }
+    VisitStruct(target);
+  }
+
+  void VisitStruct(const std::shared_ptr<const StructDefinition>& definition) override {
+    if (!Mode::CompareTypes(DataType::STRUCTURE, *definition, value(), adapter_, errors_)) return;
+    Push(*definition, &CompositeMethod<Match, Mode, StructDefinition, StructValue>);
+  }
+
+  void VisitOptional(const std::shared_ptr<const OptionalDefinition>& definition) override {
+    if (!Mode::CompareTypes(DataType::OPTIONAL, *definition, value(), adapter_, errors_)) return;
+    if constexpr (kPermissive<Mode>) {
+      if (value()->type() != DataType::OPTIONAL) {
+        HandOn(definition->element().get());
+        return;
+      }
+    }
+    Push(*definition, &CompositeMethod<Match, Mode, OptionalDefinition, OptionalValue>);
+  }
+
+  void VisitList(const std::shared_ptr<const ListDefinition>& definition) override {
+    if constexpr (kPermissive<Mode>) {
+      const DataType kind = value() ? value()->type() : DataType(DataType::UNKNOWN);
+      if (kind != DataType::LIST) {
+        const DataDefinition* element = definition->element().get();
+        if (element && PackedListFits(kind, element->type())) return;
+        ValidatorErrorReport::Error(adapter_, errors_, definition->ToString(), Detail::RenderValue(value()));
+        return;
+      }
+    } else {
+      if (!Mode::CompareTypes(DataType::LIST, *definition, value(), adapter_, errors_)) return;
+    }
+    Push(*definition, &CompositeMethod<Match, Mode, ListDefinition, ListValue>);
+  }
+
+  void VisitError(const std::shared_ptr<const ErrorDefinition>& definition) override {
+    PushCompound<Match, ErrorDefinition>(*definition, DataType::ERROR);
+  }
+
+  void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& definition) override {
+    if (!Mode::CompareTypes(DataType::STRUCTURE, *definition, value(), adapter_, errors_)) return;
+    if (!definition->fields() || definition->fields()->empty()) return;
+    Push(*definition, &CompositeMethod<DynamicMatch, Mode, DynamicStructureDefinition, StructValue>);
+  }
+
+  void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& definition) override {
+    if (!definition->fields() || definition->fields()->empty()) {
+      Mode::CompareTypes(DataType::ERROR, *definition, value(), adapter_, errors_);
+      return;
+    }
+    PushCompound<DynamicMatch, DynamicErrorDefinition>(*definition, DataType::ERROR);
+  }
+
+  void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& definition) override {
+    if (!Mode::CompareTypes(DataType::OPTIONAL, *definition, value(), adapter_, errors_)) return;
+    if constexpr (kPermissive<Mode>) {
+      if (value()->type() != DataType::OPTIONAL) {
+        // A bare value is the content of a set case field; the rule runs after the content
+        // has been checked, and only if that check found nothing.
+        if (dst_.fields) {
+          pendingUnion_ = definition.get();
+          unionDst_ = dst_;
+          unionBaseline_ = errors_.size();
+        }
+        HandOn(definition->element().get());
+        return;
+      }
+    }
+    Push(*definition, &CompositeMethod<Match, Mode, UnionCaseDefinition, OptionalValue>);
+    if (dst_.fields) {
+      CheckUnionCase(*definition, dst_, static_cast<const OptionalValue&>(*value()).isSet(), adapter_,
+                     errors_);
+    }
+  }
+
+ private:
+  const DataValue::PtrConstType& value() const noexcept { return *dst_.value; }
+
+  void CheckKind(const DataDefinition& definition) {
+    Mode::CompareTypes(definition.type(), definition, value(), adapter_, errors_);
+  }
+
+  void Push(const DataDefinition& definition, Method method) { adapter_.Push(&definition, dst_, method); }
+
+  // Errors and dynamic errors: an ErrorValue, or in permissive mode also a StructValue
+  // matched against the error's fields.
+  template <class FieldMatch, class Definition>
+  void PushCompound(const Definition& definition, DataType expected) {
+    if (!Mode::CompareTypes(expected, definition, value(), adapter_, errors_)) return;
+    if (value()->type() == DataType::STRUCTURE) {
+      Push(definition, &CompositeMethod<FieldMatch, Mode, Definition, StructValue>);
+    } else {
+      Push(definition, &CompositeMethod<FieldMatch, Mode, Definition, ErrorValue>);
+    }
+  }
+
+  // Applies `definition` to the current value next, as an optional's content: outside any
+  // structure, so no union rule applies to it.
+  void HandOn(const DataDefinition* definition) noexcept {
+    next_ = definition;
+    handedOn_ = true;
+    dst_.fields = nullptr;
+    dst_.fieldName = {};
+    dst_.structName = {};
+  }
+
+  DstType dst_;
+  Adapter& adapter_;
+  MessageList& errors_;
+  const DataDefinition* next_ = nullptr;
+  bool handedOn_ = false;
+  const UnionCaseDefinition* pendingUnion_ = nullptr;
+  DstType unionDst_;
+  std::size_t unionBaseline_ = 0;
+};
+
+template <class Match, class Mode>
+void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors) {
+  if (!definition) {
+    ReportUnsetDefinition(dst, adapter, errors);
+    return;
+  }
+  // These kinds belong to one class each and need nothing but the kind comparison, so the
+  // double dispatch is skipped for them; STRING and OPTIONAL are shared with
+  // IsOneOfDefinition and UnionCaseDefinition and must go through the visitor.
+  switch (definition->type()) {
+    case DataType::OPAQUE:
+      return;
+    case DataType::VOID:
+    case DataType::INTEGER:
+    case DataType::DOUBLE:
+    case DataType::BOOLEAN:
+    case DataType::BLOB:
+    case DataType::SECRET:
+      Mode::CompareTypes(definition->type(), *definition, *dst.value, adapter, errors);
+      return;
+    default:
+      break;
+  }
+  DefinitionToEntriesVisitor<Match, Mode> visitor(dst, adapter, errors);
+  visitor.Run(*definition);
+}
+
+}  // namespace
+}  // namespace DataValidatorHelper
+
+template <class Match, class Mode>
+bool DataValidator::Validate(const DataDefinition::PtrConstType& definition,
+                             const DataValue::PtrConstType& value, MessageList& errors) {
+  if (!definition || !value) return !definition && !value;
+  const std::size_t before = errors.size();
+  DataValidatorHelper::Adapter adapter(&DataValidatorHelper::Dispatch<Match, Mode>);
+  adapter.Adapt(definition.get(), DataValidatorHelper::DstType(&value), errors);
+  return errors.size() == before;
+}
+
+template OLMA_API bool DataValidator::Validate<LooseMatch, ValidatorModeStrict>(
+    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
+template OLMA_API bool DataValidator::Validate<StrictMatch, ValidatorModeStrict>(
+    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
+template OLMA_API bool DataValidator::Validate<LooseMatch, ValidatorModePermissive>(
+    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
+template OLMA_API bool DataValidator::Validate<StrictMatch, ValidatorModePermissive>(
+    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
+
+}  // namespace Data
+}  // namespace Olma
