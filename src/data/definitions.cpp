@@ -17,6 +17,11 @@ namespace Detail {
 // so each destructor finds nothing left to free. Only the composite kinds are visited;
 // OPTIONAL covers both optional and union-case definitions, which the visitor tells apart.
 //
+// The release list sees a use count of one through a relaxed load, which does not order
+// this thread after another owner that read the node and then dropped it. The visit does:
+// AcceptVisitor takes a shared pointer from the node's weak self-reference, an acquiring
+// read-modify-write of the count, before the children are moved out.
+//
 // A structure that is only reachable through references may be read by another thread
 // that locks a reference while its last owner is being released; the owner of a tree must
 // keep reference targets alive for as long as references are in use.

@@ -147,7 +147,7 @@ TEST(DefinitionConcurrency, ThreadsRenderAndVisitOneSharedTree) {
 
 // Each thread owns a chain on top of one common subtree, renders it, and drops it while the
 // others drop theirs: whichever thread releases the common part last frees it, once.
-TEST(DefinitionConcurrency, ThreadsReleaseChainsSharingOneSubtree) {
+void ReleaseChainsSharingOneSubtree() {
   DataDefinition::PtrConstType common = IntegerDefinition::GetInstance();
   for (int i = 0; i < 2000; ++i) common = OptionalDefinition::GetInstance(std::move(common));
   const std::weak_ptr<const DataDefinition> watch = common;
@@ -170,6 +170,13 @@ TEST(DefinitionConcurrency, ThreadsReleaseChainsSharingOneSubtree) {
   });
   EXPECT_GT(rendered.load(), 0u);
   EXPECT_TRUE(watch.expired());
+}
+
+TEST(DefinitionConcurrency, ThreadsReleaseChainsSharingOneSubtree) {
+  for (int round = 0; round < 10; ++round) {
+    SCOPED_TRACE(round);
+    ReleaseChainsSharingOneSubtree();
+  }
 }
 
 }  // namespace

@@ -105,14 +105,15 @@ class OLMA_API DataDefinition {
 
 namespace Detail {
 template <class T>
-struct AlwaysFalse {
+struct NoDefinitionFor {
   static constexpr bool value = false;
 };
 }  // namespace Detail
 
 template <class T>
 DataDefinition::PtrType DataDefinition::Create() {
-  static_assert(Detail::AlwaysFalse<T>::value, "DataDefinition::Create: no definition for this native type");
+  static_assert(Detail::NoDefinitionFor<T>::value,
+                "DataDefinition::Create: no definition for this native type");
   return nullptr;
 }
 
@@ -141,7 +142,8 @@ OLMA_API DataDefinition::PtrType DataDefinition::Create<DynamicStructure>();
 template <>
 OLMA_API DataDefinition::PtrType DataDefinition::Create<DynamicError>();
 
-// The body of Validate lives with the validator; these are the combinations it provides.
+// The body of Validate lives with the validator, which instantiates these four combinations
+// from one template body (a specialisation could not follow these declarations).
 extern template OLMA_API bool DataDefinition::Validate<LooseMatch, ValidatorModeStrict>(
     const DataDefinition::PtrConstType&, const std::shared_ptr<const DataValue>&, MessageList&);
 extern template OLMA_API bool DataDefinition::Validate<StrictMatch, ValidatorModeStrict>(

@@ -201,7 +201,7 @@ constexpr bool ReportsKind(DataType actual) noexcept {
 // A UnionCaseDefinition reports OPTIONAL as well but is no OptionalDefinition: narrow an
 // optional definition only where a DefinitionVisitor has told the two apart.
 template <DataType::EnumType Type, class Target, class Source>
-std::shared_ptr<const Target> NarrowDataTypeInt(const std::shared_ptr<Source>& pointer) {
+std::shared_ptr<const Target> NarrowDataTypeInt(const std::shared_ptr<const Source>& pointer) {
   static_assert(Detail::Narrowable<Type, Target>::value, "NarrowDataTypeInt: no such kind for this class");
   if (pointer && Detail::ReportsKind<Type>(pointer->type()))
     return std::static_pointer_cast<const Target>(pointer);

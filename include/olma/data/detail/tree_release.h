@@ -24,7 +24,13 @@ void ReleaseTree(std::vector<std::shared_ptr<const Node>>& pending, Detach detac
   while (!pending.empty()) {
     std::shared_ptr<const Node> node = std::move(pending.back());
     pending.pop_back();
-    if (node && node.use_count() == 1) detach(const_cast<Node&>(*node), pending);
+    if (node && node.use_count() == 1) {
+      // The count may have dropped to one on another thread that was still reading the
+      // node. use_count() is a relaxed read; copying and dropping the pointer is an
+      // acquire-release step on the count, which orders those reads before our changes.
+      { std::shared_ptr<const Node> order = node; }
+      detach(const_cast<Node&>(*node), pending);
+    }
   }
 }
 
