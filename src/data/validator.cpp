@@ -1,9 +1,11 @@
 #include "olma/data/validator.h"
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <typeinfo>
 
 #include <boost/logic/tribool.hpp>
 
@@ -26,23 +28,23 @@ namespace {
 // against the same definitions at once.
 using ValueFieldMap = CompoundValue::FieldMap;
 
-// The value being checked and where it sits.
-struct DstType {
-  DstType() = default;
-  explicit DstType(const DataValue::PtrConstType* valueSlot) noexcept : value(valueSlot) {}
-  DstType(const DataValue::PtrConstType* valueSlot, const ValueFieldMap* containerFields,
-          std::string_view name, std::string_view container) noexcept
-      : value(valueSlot), fields(containerFields), fieldName(name), structName(container) {}
-
-  // The pointer as its parent holds it (never null itself; what it holds may be empty).
-  const DataValue::PtrConstType* value = nullptr;
-  // The fields of the enclosing structure, when the value is one of them: the union-case
-  // rule reads its tag there. Null for the top value, list elements and optional contents.
-  const ValueFieldMap* fields = nullptr;
+// Where a structure field sits: what the union-case rule needs to find the tag and to
+// name things in its messages. Lives on the stack of the walk over that structure's
+// fields, so only checks made at once may look at it; queued entries never carry one.
+struct FieldPlace {
+  const ValueFieldMap* fields;
   std::string_view fieldName;
   // The enclosing structure's definition name, or "_dynS"/"_dynE" under a dynamic
-  // structure or error; only ever shown in union-case messages.
+  // structure or error.
   std::string_view structName;
+};
+
+// The value being checked: the pointer as its parent holds it (never null itself; what it
+// holds may be empty), and where it sits when it is a structure field. Null `place` for
+// the top value, list elements and optional contents.
+struct DstType {
+  const DataValue::PtrConstType* value;
+  const FieldPlace* place;
 };
 
 using Source = const DataDefinition*;
@@ -60,8 +62,8 @@ void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, Me
 
 // A child definition pointer that is empty is a construction error of the tree's builder;
 // it is reported as a mismatch rather than followed.
-void ReportUnsetDefinition(const DstType& dst, Adapter& adapter, MessageList& errors) {
-  ValidatorErrorReport::Error(adapter, errors, "<unset>", Detail::RenderValue(*dst.value));
+void ReportUnsetDefinition(const DataValue::PtrConstType& value, Adapter& adapter, MessageList& errors) {
+  ValidatorErrorReport::Error(adapter, errors, "<unset>", Detail::RenderValue(value));
 }
 
 // The text of a value for enumerations and union tags. A StringValue is read in place;
@@ -91,15 +93,15 @@ std::string_view StructNameOf(const DynamicErrorDefinition&) noexcept {
   return kDynamicErrorName;
 }
 
-// The union-case rule: whether the presence of the case field (`dst`, set or not as
+// The union-case rule: whether the presence of the case field `value` (set or not as
 // `isSet` says) agrees with the tag field of the same structure.
-bool CheckUnionCase(const UnionCaseDefinition& definition, const DstType& dst, bool isSet, Adapter& adapter,
-                    MessageList& errors) {
+bool CheckUnionCase(const UnionCaseDefinition& definition, const DataValue::PtrConstType& value,
+                    const FieldPlace& place, bool isSet, Adapter& adapter, MessageList& errors) {
   const std::string& tagName = definition.tagFieldName();
-  const auto tag = dst.fields->find(tagName);
-  if (tag == dst.fields->end()) {
+  const auto tag = place.fields->find(tagName);
+  if (tag == place.fields->end()) {
     errors.push_back(Message<CoreTag>("olma.data.compound.field.missing", tagName, definition.ToString(),
-                                      Detail::RenderValue(*dst.value)));
+                                      Detail::RenderValue(value)));
     adapter.Clear();
     return false;
   }
@@ -108,8 +110,8 @@ bool CheckUnionCase(const UnionCaseDefinition& definition, const DstType& dst, b
     const auto& optional = static_cast<const OptionalValue&>(**content);
     if (!optional.isSet()) {
       if (!isSet) return true;
-      errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.notag", dst.structName, tagName,
-                                        dst.fieldName));
+      errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.notag", place.structName, tagName,
+                                        place.fieldName));
       adapter.Clear();
       return false;
     }
@@ -124,14 +126,14 @@ bool CheckUnionCase(const UnionCaseDefinition& definition, const DstType& dst, b
   const boost::logic::tribool answer = definition.Check(*text);
   if (boost::logic::indeterminate(answer)) return true;
   if (!answer && isSet) {
-    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isset", dst.structName, tagName,
-                                      *text, dst.fieldName));
+    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isset", place.structName, tagName,
+                                      *text, place.fieldName));
     adapter.Clear();
     return false;
   }
   if (answer && !isSet) {
-    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isnotset", dst.structName, tagName,
-                                      *text, dst.fieldName));
+    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isnotset", place.structName,
+                                      tagName, *text, place.fieldName));
     adapter.Clear();
     return false;
   }
@@ -156,8 +158,8 @@ void ValidateCompoundLoose(const Definition& definition, const CompoundValue& va
     int order = -1;
     while (field != fieldsEnd && (order = field->first.compare(name)) > 0) ++field;
     if (field != fieldsEnd && order == 0) {
-      Dispatch<Match, Mode>(declared->second.get(),
-                            DstType(&field->second, &fields, field->first, structName), adapter, errors);
+      const FieldPlace place{&fields, field->first, structName};
+      Dispatch<Match, Mode>(declared->second.get(), DstType{&field->second, &place}, adapter, errors);
       ++field;
       continue;
     }
@@ -182,17 +184,11 @@ void ValidateCompoundStrict(const Definition& definition, const CompoundValue& v
   const std::size_t declaredCount = definitionFields ? definitionFields->size() : 0;
   if (fields.size() <= declaredCount) return;
   for (const auto& field : fields) {
-    bool declared = false;
-    if (definitionFields) {
-      const auto found = definitionFields->lower_bound(field.first);
-      declared = found != definitionFields->end() && found->first == field.first;
-    }
-    if (!declared) {
-      errors.push_back(Message<CoreTag>("olma.data.compound.field.extra", field.first, definition.ToString(),
-                                        value.ToString()));
-      adapter.Clear();
-      return;
-    }
+    if (definitionFields && definitionFields->count(field.first) != 0) continue;
+    errors.push_back(Message<CoreTag>("olma.data.compound.field.extra", field.first, definition.ToString(),
+                                      value.ToString()));
+    adapter.Clear();
+    return;
   }
 }
 
@@ -204,10 +200,10 @@ void CompositeMethod(const Source& source, const DstType& dst, Adapter& adapter,
   const auto& value = static_cast<const Value&>(**dst.value);
   if constexpr (std::is_same_v<Value, OptionalValue>) {
     if (value.isSet())
-      Dispatch<Match, Mode>(definition.element().get(), DstType(&value.value()), adapter, errors);
+      Dispatch<Match, Mode>(definition.element().get(), DstType{&value.value(), nullptr}, adapter, errors);
   } else if constexpr (std::is_same_v<Value, ListValue>) {
     const DataDefinition* element = definition.element().get();
-    for (const auto& item : value) Dispatch<Match, Mode>(element, DstType(&item), adapter, errors);
+    for (const auto& item : value) Dispatch<Match, Mode>(element, DstType{&item, nullptr}, adapter, errors);
   } else {
     ValidateCompoundLoose<Match, Mode>(definition, value, StructNameOf(definition), adapter, errors);
     if constexpr (std::is_same_v<Match, StrictMatch>)
@@ -240,9 +236,16 @@ bool PackedListFits(DataType valueType, DataType elementType) noexcept {
 }
 
 // Applies one definition to one value: checks what can be checked at once and queues the
-// composites. A visit may also hand the same value on to another definition (a bare
-// value standing for an optional's content, in permissive mode); Run applies those in a
-// loop, so chains of optionals cost no call depth.
+// composites. A step may also hand the same value on to another definition (a bare value
+// standing for an optional's content, in permissive mode); Run applies those in a loop,
+// so chains of optionals cost no call depth.
+//
+// Most kinds belong to exactly one definition class, so Apply narrows by type() and
+// handles them directly. STRING and OPTIONAL are shared with IsOneOfDefinition and
+// UnionCaseDefinition: the plain classes are recognised by their exact dynamic type (one
+// comparison), and anything else takes the double dispatch through the visitor slots.
+// Skipping AcceptVisitor on the common path matters: it takes a reference on the shared
+// definition, two atomic operations per node that every validating thread contends for.
 template <class Match, class Mode>
 class DefinitionToEntriesVisitor final : public DefinitionVisitor {
  public:
@@ -250,17 +253,17 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
       : dst_(dst), adapter_(adapter), errors_(errors) {}
 
   void Run(const DataDefinition& definition) {
-    definition.AcceptVisitor(*this);
+    Apply(definition);
     while (handedOn_) {
       handedOn_ = false;
       if (!next_) {
-        ReportUnsetDefinition(dst_, adapter_, errors_);
+        ReportUnsetDefinition(value(), adapter_, errors_);
         break;
       }
-      next_->AcceptVisitor(*this);
+      Apply(*next_);
     }
     if (pendingUnion_ && errors_.size() == unionBaseline_) {
-      CheckUnionCase(*pendingUnion_, unionDst_, true, adapter_, errors_);
+      CheckUnionCase(*pendingUnion_, *unionDst_.value, *unionDst_.place, true, adapter_, errors_);
     }
   }
 
@@ -282,106 +285,179 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
   void VisitSecret(const std::shared_ptr<const SecretDefinition>& definition) override {
     CheckKind(*definition);
   }
-
   void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>& definition) override {
-    std::string scratch;
-    const std::string* text = ValueAsString(value(), scratch, errors_);
-    if (!text) return;  // the conversion has said why
-    if (!definition->Check(*text)) {
-      errors_.push_back(Message<CoreTag>("olma.data.value.unknown", *text));
-      adapter_.Clear();
-    }
+    Handle(*definition);
   }
-
   void VisitStructRef(const std::shared_ptr<const StructRefDefinition>& definition) override {
-    const auto target = definition->target();
-    if (!target) {
-      // The owner let the structure go: nothing is left to check against.
-      ValidatorErrorReport::Error(adapter_, errors_, definition->ToString(), Detail::RenderValue(value()));
-      return;
-    }
-    VisitStruct(target);
+    Handle(*definition);
   }
-
   void VisitStruct(const std::shared_ptr<const StructDefinition>& definition) override {
-    if (!Mode::CompareTypes(DataType::STRUCTURE, *definition, value(), adapter_, errors_)) return;
-    Push(*definition, &CompositeMethod<Match, Mode, StructDefinition, StructValue>);
+    Handle(*definition);
   }
-
   void VisitOptional(const std::shared_ptr<const OptionalDefinition>& definition) override {
-    if (!Mode::CompareTypes(DataType::OPTIONAL, *definition, value(), adapter_, errors_)) return;
-    if constexpr (kPermissive<Mode>) {
-      if (value()->type() != DataType::OPTIONAL) {
-        HandOn(definition->element().get());
-        return;
-      }
-    }
-    Push(*definition, &CompositeMethod<Match, Mode, OptionalDefinition, OptionalValue>);
+    Handle(*definition);
   }
-
-  void VisitList(const std::shared_ptr<const ListDefinition>& definition) override {
-    if constexpr (kPermissive<Mode>) {
-      const DataType kind = value() ? value()->type() : DataType(DataType::UNKNOWN);
-      if (kind != DataType::LIST) {
-        const DataDefinition* element = definition->element().get();
-        if (element && PackedListFits(kind, element->type())) return;
-        ValidatorErrorReport::Error(adapter_, errors_, definition->ToString(), Detail::RenderValue(value()));
-        return;
-      }
-    } else {
-      if (!Mode::CompareTypes(DataType::LIST, *definition, value(), adapter_, errors_)) return;
-    }
-    Push(*definition, &CompositeMethod<Match, Mode, ListDefinition, ListValue>);
-  }
-
-  void VisitError(const std::shared_ptr<const ErrorDefinition>& definition) override {
-    PushCompound<Match, ErrorDefinition>(*definition, DataType::ERROR);
-  }
-
+  void VisitList(const std::shared_ptr<const ListDefinition>& definition) override { Handle(*definition); }
+  void VisitError(const std::shared_ptr<const ErrorDefinition>& definition) override { Handle(*definition); }
   void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& definition) override {
-    if (!Mode::CompareTypes(DataType::STRUCTURE, *definition, value(), adapter_, errors_)) return;
-    if (!definition->fields() || definition->fields()->empty()) return;
-    Push(*definition, &CompositeMethod<DynamicMatch, Mode, DynamicStructureDefinition, StructValue>);
+    Handle(*definition);
   }
-
   void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& definition) override {
-    if (!definition->fields() || definition->fields()->empty()) {
-      Mode::CompareTypes(DataType::ERROR, *definition, value(), adapter_, errors_);
-      return;
-    }
-    PushCompound<DynamicMatch, DynamicErrorDefinition>(*definition, DataType::ERROR);
+    Handle(*definition);
   }
-
   void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& definition) override {
-    if (!Mode::CompareTypes(DataType::OPTIONAL, *definition, value(), adapter_, errors_)) return;
-    if constexpr (kPermissive<Mode>) {
-      if (value()->type() != DataType::OPTIONAL) {
-        // A bare value is the content of a set case field; the rule runs after the content
-        // has been checked, and only if that check found nothing.
-        if (dst_.fields) {
-          pendingUnion_ = definition.get();
-          unionDst_ = dst_;
-          unionBaseline_ = errors_.size();
-        }
-        HandOn(definition->element().get());
-        return;
-      }
-    }
-    Push(*definition, &CompositeMethod<Match, Mode, UnionCaseDefinition, OptionalValue>);
-    if (dst_.fields) {
-      CheckUnionCase(*definition, dst_, static_cast<const OptionalValue&>(*value()).isSet(), adapter_,
-                     errors_);
-    }
+    Handle(*definition);
   }
 
  private:
-  const DataValue::PtrConstType& value() const noexcept { return *dst_.value; }
+  void Apply(const DataDefinition& definition) {
+    switch (definition.type()) {
+      case DataType::OPAQUE:
+        return;
+      case DataType::VOID:
+      case DataType::INTEGER:
+      case DataType::DOUBLE:
+      case DataType::BOOLEAN:
+      case DataType::BLOB:
+      case DataType::SECRET:
+        CheckKind(definition);
+        return;
+      case DataType::STRING:
+        if (typeid(definition) == typeid(StringDefinition)) {
+          CheckKind(definition);
+          return;
+        }
+        break;
+      case DataType::OPTIONAL:
+        if (typeid(definition) == typeid(OptionalDefinition)) {
+          Handle(static_cast<const OptionalDefinition&>(definition));
+          return;
+        }
+        break;
+      case DataType::LIST:
+        Handle(static_cast<const ListDefinition&>(definition));
+        return;
+      case DataType::STRUCTURE:
+        Handle(static_cast<const StructDefinition&>(definition));
+        return;
+      case DataType::ERROR:
+        Handle(static_cast<const ErrorDefinition&>(definition));
+        return;
+      case DataType::STRUCTURE_REF:
+        Handle(static_cast<const StructRefDefinition&>(definition));
+        return;
+      case DataType::DYNAMIC_STRUCTURE:
+        Handle(static_cast<const DynamicStructureDefinition&>(definition));
+        return;
+      case DataType::ANY_ERROR:
+        Handle(static_cast<const DynamicErrorDefinition&>(definition));
+        return;
+      default:
+        break;
+    }
+    definition.AcceptVisitor(*this);
+  }
 
   void CheckKind(const DataDefinition& definition) {
     Mode::CompareTypes(definition.type(), definition, value(), adapter_, errors_);
   }
 
-  void Push(const DataDefinition& definition, Method method) { adapter_.Push(&definition, dst_, method); }
+  void Handle(const IsOneOfDefinition& definition) {
+    std::string scratch;
+    const std::string* text = ValueAsString(value(), scratch, errors_);
+    if (!text) return;  // the conversion has said why
+    if (!definition.Check(*text)) {
+      errors_.push_back(Message<CoreTag>("olma.data.value.unknown", *text));
+      adapter_.Clear();
+    }
+  }
+
+  void Handle(const StructRefDefinition& definition) {
+    const auto target = definition.target();
+    if (!target) {
+      // The owner let the structure go: nothing is left to check against.
+      ValidatorErrorReport::Error(adapter_, errors_, definition.ToString(), Detail::RenderValue(value()));
+      return;
+    }
+    Handle(*target);
+  }
+
+  void Handle(const StructDefinition& definition) {
+    if (!Mode::CompareTypes(DataType::STRUCTURE, definition, value(), adapter_, errors_)) return;
+    Push(definition, &CompositeMethod<Match, Mode, StructDefinition, StructValue>);
+  }
+
+  void Handle(const OptionalDefinition& definition) {
+    if (!Mode::CompareTypes(DataType::OPTIONAL, definition, value(), adapter_, errors_)) return;
+    if constexpr (kPermissive<Mode>) {
+      if (value()->type() != DataType::OPTIONAL) {
+        HandOn(definition.element().get());
+        return;
+      }
+    }
+    Push(definition, &CompositeMethod<Match, Mode, OptionalDefinition, OptionalValue>);
+  }
+
+  void Handle(const ListDefinition& definition) {
+    if constexpr (kPermissive<Mode>) {
+      const DataType kind = value() ? value()->type() : DataType(DataType::UNKNOWN);
+      if (kind != DataType::LIST) {
+        const DataDefinition* element = definition.element().get();
+        if (element && PackedListFits(kind, element->type())) return;
+        ValidatorErrorReport::Error(adapter_, errors_, definition.ToString(), Detail::RenderValue(value()));
+        return;
+      }
+    } else {
+      if (!Mode::CompareTypes(DataType::LIST, definition, value(), adapter_, errors_)) return;
+    }
+    Push(definition, &CompositeMethod<Match, Mode, ListDefinition, ListValue>);
+  }
+
+  void Handle(const ErrorDefinition& definition) { PushCompound<Match>(definition, DataType::ERROR); }
+
+  void Handle(const DynamicStructureDefinition& definition) {
+    if (!Mode::CompareTypes(DataType::STRUCTURE, definition, value(), adapter_, errors_)) return;
+    if (!definition.fields() || definition.fields()->empty()) return;
+    Push(definition, &CompositeMethod<DynamicMatch, Mode, DynamicStructureDefinition, StructValue>);
+  }
+
+  void Handle(const DynamicErrorDefinition& definition) {
+    if (!definition.fields() || definition.fields()->empty()) {
+      Mode::CompareTypes(DataType::ERROR, definition, value(), adapter_, errors_);
+      return;
+    }
+    PushCompound<DynamicMatch>(definition, DataType::ERROR);
+  }
+
+  void Handle(const UnionCaseDefinition& definition) {
+    if (!Mode::CompareTypes(DataType::OPTIONAL, definition, value(), adapter_, errors_)) return;
+    if constexpr (kPermissive<Mode>) {
+      if (value()->type() != DataType::OPTIONAL) {
+        // A bare value is the content of a set case field; the rule runs after the content
+        // has been checked, and only if that check found nothing.
+        if (dst_.place) {
+          pendingUnion_ = &definition;
+          unionDst_ = dst_;
+          unionBaseline_ = errors_.size();
+        }
+        HandOn(definition.element().get());
+        return;
+      }
+    }
+    Push(definition, &CompositeMethod<Match, Mode, UnionCaseDefinition, OptionalValue>);
+    if (dst_.place) {
+      CheckUnionCase(definition, value(), *dst_.place, static_cast<const OptionalValue&>(*value()).isSet(),
+                     adapter_, errors_);
+    }
+  }
+
+  const DataValue::PtrConstType& value() const noexcept { return *dst_.value; }
+
+  // Queues `method` for the current value; the entry carries no field place, which only
+  // lives as long as the walk over its structure's fields.
+  void Push(const DataDefinition& definition, Method method) {
+    adapter_.Push(&definition, DstType{dst_.value, nullptr}, method);
+  }
 
   // Errors and dynamic errors: an ErrorValue, or in permissive mode also a StructValue
   // matched against the error's fields.
@@ -400,9 +476,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
   void HandOn(const DataDefinition* definition) noexcept {
     next_ = definition;
     handedOn_ = true;
-    dst_.fields = nullptr;
-    dst_.fieldName = {};
-    dst_.structName = {};
+    dst_.place = nullptr;
   }
 
   DstType dst_;
@@ -411,32 +485,15 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
   const DataDefinition* next_ = nullptr;
   bool handedOn_ = false;
   const UnionCaseDefinition* pendingUnion_ = nullptr;
-  DstType unionDst_;
+  DstType unionDst_{};
   std::size_t unionBaseline_ = 0;
 };
 
 template <class Match, class Mode>
 void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors) {
   if (!definition) {
-    ReportUnsetDefinition(dst, adapter, errors);
+    ReportUnsetDefinition(*dst.value, adapter, errors);
     return;
-  }
-  // These kinds belong to one class each and need nothing but the kind comparison, so the
-  // double dispatch is skipped for them; STRING and OPTIONAL are shared with
-  // IsOneOfDefinition and UnionCaseDefinition and must go through the visitor.
-  switch (definition->type()) {
-    case DataType::OPAQUE:
-      return;
-    case DataType::VOID:
-    case DataType::INTEGER:
-    case DataType::DOUBLE:
-    case DataType::BOOLEAN:
-    case DataType::BLOB:
-    case DataType::SECRET:
-      Mode::CompareTypes(definition->type(), *definition, *dst.value, adapter, errors);
-      return;
-    default:
-      break;
   }
   DefinitionToEntriesVisitor<Match, Mode> visitor(dst, adapter, errors);
   visitor.Run(*definition);
@@ -451,7 +508,7 @@ bool DataValidator::Validate(const DataDefinition::PtrConstType& definition,
   if (!definition || !value) return !definition && !value;
   const std::size_t before = errors.size();
   DataValidatorHelper::Adapter adapter(&DataValidatorHelper::Dispatch<Match, Mode>);
-  adapter.Adapt(definition.get(), DataValidatorHelper::DstType(&value), errors);
+  adapter.Adapt(definition.get(), DataValidatorHelper::DstType{&value, nullptr}, errors);
   return errors.size() == before;
 }
 

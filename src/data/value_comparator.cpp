@@ -4,6 +4,9 @@
 #include <cmath>
 #include <list>
 #include <string>
+#include <string_view>
+#include <tuple>
+#include <type_traits>
 
 #include "data/comparator_detail.h"
 #include "olma/data/adapter.h"
@@ -14,8 +17,6 @@ namespace Data {
 namespace {
 
 using ValuePtr = DataValue::PtrConstType;
-using ValueAdapter = DataAdapter<ValuePtr, ValuePtr, MessageList>;
-using Method = ValueAdapter::Method;
 
 // The work entries refer to the nodes without owning them. The caller's two roots keep
 // both trees alive for the whole call and the trees are immutable, so counting a
@@ -38,17 +39,52 @@ bool Equal(const T& a, const T& b) noexcept {
   return a == b;
 }
 
-template <class Mode>
+// What the checking walk records instead of a message.
+struct Differs {
+  bool found = false;
+};
+
+// One comparison runs as up to two walks over the same rules, told apart by Errors:
+//
+//   Differs      the checking walk: compares scalars as soon as it meets them, in any
+//                order, and only notes that some difference exists. Equal trees, the
+//                common case, take this walk alone.
+//   MessageList  the reporting walk, run only when the checking walk found a difference:
+//                defers every comparison to the stack so that nodes are compared in
+//                reading order (first element first, fields in ascending name order,
+//                depth first), and reports the first difference it meets.
+//
+// Both walks stop at the first difference they meet: a method that finds one clears the
+// work.
+template <class Mode, class Errors>
 struct ValueComparatorHelper {
-  // Queues the comparison of `a` with `b`, with the method that fits the class of `a`.
-  // Nothing is compared here: every check runs from the stack, so that differences are
-  // met in reading order and the first one ends the walk.
-  static void Dispatch(const ValuePtr& a, const ValuePtr& b, ValueAdapter& work, MessageList&) {
+  using Adapter = DataAdapter<ValuePtr, ValuePtr, Errors>;
+  using Method = typename Adapter::Method;
+  static constexpr bool kReport = std::is_same_v<Errors, MessageList>;
+
+  // Compares `a` with `b` by the method that fits the class of `a`: queued, except that
+  // the checking walk compares childless nodes at once.
+  static void Dispatch(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+    if constexpr (!kReport) {
+      if (errors.found) return;  // the rest of a list or structure after a difference
+    }
     if (a && b) {
-      work.Push(Borrow(a.get()), Borrow(b.get()), MethodFor(a->type()));
+      const DataType kind = a->type();
+      if constexpr (!kReport) {
+        if (!HasChildren(kind)) {
+          MethodFor(kind)(a, b, work, errors);
+          return;
+        }
+      }
+      work.Push(Borrow(a.get()), Borrow(b.get()), MethodFor(kind));
     } else if (a || b) {
       work.Push(Borrow(a.get()), Borrow(b.get()), &UnsetMethod);
     }
+  }
+
+  static constexpr bool HasChildren(DataType kind) noexcept {
+    return kind == DataType::LIST || kind == DataType::OPTIONAL || kind == DataType::STRUCTURE ||
+           kind == DataType::ERROR;
   }
 
   // Each value class reports a kind of its own, so the kind selects the method without a
@@ -92,115 +128,125 @@ struct ValueComparatorHelper {
     }
   }
 
-  // The kind test every method starts with; reports the mismatch itself.
-  static bool CompareTypes(const DataValue& a, const DataValue& b, ValueAdapter& work,
-                           MessageList& messages) {
+  // Records a difference and abandons the queued work. `args` renders the message's
+  // arguments; the checking walk never calls it.
+  template <class Args>
+  static void Difference(Adapter& work, Errors& errors, std::string_view id, Args&& args) {
+    if constexpr (kReport) {
+      std::apply([&](const auto&... texts) { Detail::ReportDifference(work, errors, id, texts...); }, args());
+    } else {
+      errors.found = true;
+      work.Clear();
+    }
+  }
+
+  // The kind test every method starts with; records the mismatch itself.
+  static bool CompareTypes(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
     if (Mode::CompareTypes(a.type(), b.type())) return true;
-    Detail::ReportDifference(work, messages, "olma.data.type.mismatch", a.ToString(), b.ToString());
+    Difference(work, errors, "olma.data.type.mismatch",
+               [&] { return std::make_tuple(a.ToString(), b.ToString()); });
     return false;
   }
 
-  static void ReportNotEqual(const DataValue& a, const DataValue& b, ValueAdapter& work,
-                             MessageList& messages) {
-    Detail::ReportDifference(work, messages, "olma.data.comparator.values.not.equal", to_string(a.type()),
-                             a.ToString(), b.ToString());
+  static void NotEqual(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
+    Difference(work, errors, "olma.data.comparator.values.not.equal",
+               [&] { return std::make_tuple(to_string(a.type()), a.ToString(), b.ToString()); });
   }
 
-  static void ReportSizes(const DataValue& a, const DataValue& b, ValueAdapter& work, MessageList& messages) {
-    Detail::ReportDifference(work, messages, "olma.data.value.comp.values.not.eq.sizes", a.ToString(),
-                             b.ToString());
+  static void SizesDiffer(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
+    Difference(work, errors, "olma.data.value.comp.values.not.eq.sizes",
+               [&] { return std::make_tuple(a.ToString(), b.ToString()); });
   }
 
   // One side is an empty pointer, the other is not.
-  static void UnsetMethod(const ValuePtr& a, const ValuePtr& b, ValueAdapter& work, MessageList& messages) {
-    Detail::ReportDifference(work, messages, "olma.data.type.mismatch", Detail::RenderNode(a.get()),
-                             Detail::RenderNode(b.get()));
+  static void UnsetMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+    Difference(work, errors, "olma.data.type.mismatch",
+               [&] { return std::make_tuple(Detail::RenderNode(a.get()), Detail::RenderNode(b.get())); });
   }
 
-  static void TypeOnlyMethod(const ValuePtr& a, const ValuePtr& b, ValueAdapter& work,
-                             MessageList& messages) {
-    CompareTypes(*a, *b, work, messages);
+  static void TypeOnlyMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+    CompareTypes(*a, *b, work, errors);
   }
 
   // Scalars: exact equality, doubles within the tolerance.
   template <class X>
-  static void PrimitiveMethod(const ValuePtr& a, const ValuePtr& b, ValueAdapter& work,
-                              MessageList& messages) {
-    if (!CompareTypes(*a, *b, work, messages)) return;
+  static void PrimitiveMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+    if (!CompareTypes(*a, *b, work, errors)) return;
     if (!Equal(static_cast<const X&>(*a).value(), static_cast<const X&>(*b).value())) {
-      ReportNotEqual(*a, *b, work, messages);
+      NotEqual(*a, *b, work, errors);
     }
   }
 
   // Typed lists: same length and pairwise equal elements, by the scalar rules.
   template <class X>
-  static void ListPrimitiveMethod(const ValuePtr& a, const ValuePtr& b, ValueAdapter& work,
-                                  MessageList& messages) {
-    if (!CompareTypes(*a, *b, work, messages)) return;
+  static void ListPrimitiveMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+    if (!CompareTypes(*a, *b, work, errors)) return;
     using Element = typename X::ElementType;
     const std::list<Element>& x = static_cast<const X&>(*a);
     const std::list<Element>& y = static_cast<const X&>(*b);
     const bool equal =
         x.size() == y.size() && std::equal(x.begin(), x.end(), y.begin(),
                                            [](const Element& p, const Element& q) { return Equal(p, q); });
-    if (!equal) ReportNotEqual(*a, *b, work, messages);
+    if (!equal) NotEqual(*a, *b, work, errors);
   }
 
   template <class X>
-  static void CompositeMethod(const ValuePtr& a, const ValuePtr& b, ValueAdapter& work,
-                              MessageList& messages) {
-    if (!CompareTypes(*a, *b, work, messages)) return;
-    CompareInt(static_cast<const X&>(*a), static_cast<const X&>(*b), work, messages);
+  static void CompositeMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+    if (!CompareTypes(*a, *b, work, errors)) return;
+    CompareInt(static_cast<const X&>(*a), static_cast<const X&>(*b), work, errors);
   }
 
-  static void CompareInt(const ListValue& a, const ListValue& b, ValueAdapter& work, MessageList& messages) {
+  static void CompareInt(const ListValue& a, const ListValue& b, Adapter& work, Errors& errors) {
     if (a.size() != b.size()) {
-      ReportSizes(a, b, work, messages);
+      SizesDiffer(a, b, work, errors);
       return;
     }
     // Last element first, so that the first pair is compared first.
     auto ib = b.rbegin();
-    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) Dispatch(*ia, *ib, work, messages);
+    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) Dispatch(*ia, *ib, work, errors);
   }
 
-  static void CompareInt(const OptionalValue& a, const OptionalValue& b, ValueAdapter& work,
-                         MessageList& messages) {
+  static void CompareInt(const OptionalValue& a, const OptionalValue& b, Adapter& work, Errors& errors) {
     if (a.isSet() != b.isSet()) {
-      ReportNotEqual(a, b, work, messages);
+      NotEqual(a, b, work, errors);
     } else if (a.isSet()) {
-      Dispatch(a.value(), b.value(), work, messages);
+      Dispatch(a.value(), b.value(), work, errors);
     }
   }
 
-  static void CompareInt(const CompoundValue& a, const CompoundValue& b, ValueAdapter& work,
-                         MessageList& messages) {
-    CompareCompound<CompoundValue>(a, b, work, messages);
+  static void CompareInt(const CompoundValue& a, const CompoundValue& b, Adapter& work, Errors& errors) {
+    CompareCompound<CompoundValue>(a, b, work, errors);
   }
 
   // Names (strict mode only), then field counts, then the fields in ascending name order.
   template <class X>
-  static void CompareCompound(const X& a, const X& b, ValueAdapter& work, MessageList& messages) {
+  static void CompareCompound(const X& a, const X& b, Adapter& work, Errors& errors) {
     if constexpr (Mode::kCompareNames) {
       if (a.name() != b.name()) {
-        Detail::ReportDifference(work, messages, "olma.data.value.comp.struct.names.not.eq", a.ToString(),
-                                 b.ToString());
+        Difference(work, errors, "olma.data.value.comp.struct.names.not.eq",
+                   [&] { return std::make_tuple(a.ToString(), b.ToString()); });
         return;
       }
     }
     if (a.fields().size() != b.fields().size()) {
-      ReportSizes(a, b, work, messages);
+      SizesDiffer(a, b, work, errors);
       return;
     }
     // The greatest name is pushed first, so the smallest is compared first. With equal
     // counts, a field of `a` that `b` lacks stands for a field of `b` that `a` lacks; only
     // the former is named.
     const std::string* missing = Detail::PairFieldsDescending(
-        a.fields(), b.fields(),
-        [&](const ValuePtr& x, const ValuePtr& y) { Dispatch(x, y, work, messages); });
+        a.fields(), b.fields(), [&](const ValuePtr& x, const ValuePtr& y) { Dispatch(x, y, work, errors); });
     if (missing != nullptr) {
-      Detail::ReportDifference(work, messages, "olma.data.value.comp.struct.missing.field", *missing,
-                               a.ToString(), b.ToString());
+      Difference(work, errors, "olma.data.value.comp.struct.missing.field",
+                 [&] { return std::make_tuple(*missing, a.ToString(), b.ToString()); });
     }
+  }
+
+  // Runs one walk from the pair of roots.
+  static void Walk(const ValuePtr& a, const ValuePtr& b, Errors& errors) {
+    Adapter engine(&Dispatch);
+    engine.Adapt(a, b, errors);
   }
 };
 
@@ -210,10 +256,11 @@ template <class Mode>
 bool ValueComparator<Mode>::Compare(const DataValue::PtrConstType& a, const DataValue::PtrConstType& b,
                                     MessageList& messages) {
   if (!a || !b) return !a && !b;
-  const auto before = messages.size();
-  ValueAdapter engine(&ValueComparatorHelper<Mode>::Dispatch);
-  engine.Adapt(a, b, messages);
-  return messages.size() == before;
+  Differs check;
+  ValueComparatorHelper<Mode, Differs>::Walk(a, b, check);
+  if (!check.found) return true;
+  ValueComparatorHelper<Mode, MessageList>::Walk(a, b, messages);
+  return false;
 }
 
 template class ValueComparator<CompModeLoose>;

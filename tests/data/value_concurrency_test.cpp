@@ -132,4 +132,31 @@ TEST(ValueConcurrency, ThreadsRenderVisitAndReleaseOneSharedTree) {
   EXPECT_EQ(reference.counts[DataType::LIST_STRING], 133 + 1);
 }
 
+// One thread reads a sub-tree and drops its reference while another releases the tree
+// that holds it: whichever is last frees the sub-tree, and the release that takes it
+// apart must be ordered after the other thread's reads.
+TEST(ValueConcurrency, ReleaseRacesAReaderOfASharedSubtree) {
+  for (int round = 0; round < 1000; ++round) {
+    auto root = StructValue::GetInstance("root");
+    auto part = ListValue::GetInstance();
+    for (int i = 0; i < 4; ++i) part->push_back(OptionalValue::GetInstance(IntegerValue::GetInstance(i)));
+    root->SetField("part", part);
+    std::atomic<bool> started{false};
+    std::string seen;
+    std::thread reader([&started, &seen, mine = Ptr(std::move(part))]() mutable {
+      started = true;
+      seen = mine->ToString();
+      mine.reset();
+    });
+    while (!started.load()) {
+    }
+    // A varying delay moves the release across the reader's render and drop.
+    for (volatile int spin = 0; spin < round % 200 * 100; spin = spin + 1) {
+    }
+    root.reset();
+    reader.join();
+    EXPECT_EQ(seen, "[ Optional< 0>, Optional< 1>, Optional< 2>, Optional< 3>, ] ");
+  }
+}
+
 }  // namespace

@@ -64,7 +64,8 @@ TEST(ApiMethodHelperValidateInput, ChoosesTheErrorByTheValidatorsFirstMessage) {
       {"missing field", Struct("task_input", {{"title", Str("a")}}), false, kUnexpectedInput,
        "olma.data.compound.field.missing"},
       {"extra field",
-       Struct("task_input", {{"title", Str("a")}, {"priority", Int(1)}, {"note", Str("n")}, {"owner", Str("me")}}),
+       Struct("task_input",
+              {{"title", Str("a")}, {"priority", Int(1)}, {"note", Str("n")}, {"owner", Str("me")}}),
        false, kUnexpectedInput, "olma.data.compound.field.extra"},
       // Strict matching looks for foreign fields only when there are more fields than
       // declared, so one standing in for an absent optional field goes unnoticed.

@@ -43,21 +43,6 @@ TEST(AsyncApiInterface, SameNamedMethodsKeepTheFirstSilently) {
   EXPECT_EQ(api->definition()->identifier(), api->id());
 }
 
-TEST(AsyncApiInterface, MethodsAndDefinitionAreInByteOrderOfNames) {
-  // Upper case sorts before lower case and a UTF-8 lead byte after both, whatever the
-  // signedness of char.
-  const auto api = AsyncApiInterface::GetInstance(
-      InterfaceIdentifier::GetInstance("i"), {FakeMethod::Make("b"), FakeMethod::Make("\xc3\xa9t\xc3\xa9"),
-                                              FakeMethod::Make("B"), FakeMethod::Make("a")});
-  std::vector<std::string> mapOrder;
-  for (const auto& [name, method] : api->methods()) {
-    EXPECT_EQ(name, method->name());
-    mapOrder.push_back(name);
-  }
-  EXPECT_THAT(mapOrder, ElementsAre("B", "a", "b", "\xc3\xa9t\xc3\xa9"));
-  EXPECT_THAT(MethodNames(*api->definition()), ElementsAre("B", "a", "b", "\xc3\xa9t\xc3\xa9"));
-}
-
 TEST(AsyncApiInterface, UnknownMethodAppendsOneMessageWithInterfaceAndRequestedName) {
   const auto get = FakeMethod::Make("get");
   const auto api = AsyncApiInterface::GetInstance(InterfaceIdentifier::GetInstance("com.acme.tasks"), {get});
