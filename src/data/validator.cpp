@@ -60,10 +60,15 @@ constexpr bool kPermissive = std::is_same_v<Mode, ValidatorModePermissive>;
 template <class Match, class Mode>
 void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors);
 
+// The rendering of a value as messages show it; an empty pointer is "<unset>".
+std::string RenderValue(const DataValue::PtrConstType& value) {
+  return value ? value->ToString() : std::string("<unset>");
+}
+
 // A child definition pointer that is empty is a construction error of the tree's builder;
 // it is reported as a mismatch rather than followed.
 void ReportUnsetDefinition(const DataValue::PtrConstType& value, Adapter& adapter, MessageList& errors) {
-  ValidatorErrorReport::Error(adapter, errors, "<unset>", Detail::RenderValue(value));
+  ValidatorErrorReport::Error(adapter, errors, "<unset>", RenderValue(value));
 }
 
 // The text of a value for enumerations and union tags. A StringValue is read in place;
@@ -101,7 +106,7 @@ bool CheckUnionCase(const UnionCaseDefinition& definition, const DataValue::PtrC
   const auto tag = place.fields->find(tagName);
   if (tag == place.fields->end()) {
     errors.push_back(Message<CoreTag>("olma.data.compound.field.missing", tagName, definition.ToString(),
-                                      Detail::RenderValue(value)));
+                                      RenderValue(value)));
     adapter.Clear();
     return false;
   }
@@ -230,6 +235,26 @@ bool PackedListFits(DataType valueType, DataType elementType) noexcept {
       return elementType == DataType::SECRET;
     case DataType::STRUCTURE:
       return elementType == DataType::STRUCTURE;
+    default:
+      return false;
+  }
+}
+
+// Whether the whole check of `definition` is the kind comparison (or, for OPAQUE, nothing).
+// StringDefinition shares its kind with IsOneOfDefinition, so it is told apart by its exact
+// class.
+bool IsPlainScalar(const DataDefinition& definition) noexcept {
+  switch (definition.type()) {
+    case DataType::VOID:
+    case DataType::INTEGER:
+    case DataType::DOUBLE:
+    case DataType::BOOLEAN:
+    case DataType::BLOB:
+    case DataType::SECRET:
+    case DataType::OPAQUE:
+      return true;
+    case DataType::STRING:
+      return typeid(definition) == typeid(StringDefinition);
     default:
       return false;
   }
@@ -376,7 +401,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
     const auto target = definition.target();
     if (!target) {
       // The owner let the structure go: nothing is left to check against.
-      ValidatorErrorReport::Error(adapter_, errors_, definition.ToString(), Detail::RenderValue(value()));
+      ValidatorErrorReport::Mismatch(adapter_, errors_, definition, value());
       return;
     }
     Handle(*target);
@@ -404,7 +429,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
       if (kind != DataType::LIST) {
         const DataDefinition* element = definition.element().get();
         if (element && PackedListFits(kind, element->type())) return;
-        ValidatorErrorReport::Error(adapter_, errors_, definition.ToString(), Detail::RenderValue(value()));
+        ValidatorErrorReport::Mismatch(adapter_, errors_, definition, value());
         return;
       }
     } else {
@@ -493,6 +518,14 @@ template <class Match, class Mode>
 void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors) {
   if (!definition) {
     ReportUnsetDefinition(*dst.value, adapter, errors);
+    return;
+  }
+  // The commonest definitions, scalars, need nothing but the kind comparison: no visitor
+  // is built for them.
+  if (IsPlainScalar(*definition)) {
+    if (definition->type() != DataType::OPAQUE) {
+      Mode::CompareTypes(definition->type(), *definition, *dst.value, adapter, errors);
+    }
     return;
   }
   DefinitionToEntriesVisitor<Match, Mode> visitor(dst, adapter, errors);

@@ -48,11 +48,6 @@ struct ValueTreeAccess {
   // The detach step of the release: hands the children of a node nobody else owns to the
   // work list.
   static void Detach(DataValue& node, std::vector<DataValue::PtrConstType>& pending) {
-    // The release saw the node's count at one through a relaxed load, which does not order
-    // this thread after another one that was reading the node and has just dropped its
-    // reference. Taking and dropping a reference through lock() (an acquiring
-    // compare-and-swap on the count) does, in a way ThreadSanitizer also understands.
-    static_cast<void>(node.weak_from_this().lock());
     switch (node.type()) {
       case DataType::OPTIONAL:
         CollectChildren(static_cast<OptionalValue&>(node), pending);

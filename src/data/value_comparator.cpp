@@ -34,6 +34,10 @@ bool Equal(double a, double b) noexcept {
   return a == b || std::fabs(a - b) < kDoubleTolerance;
 }
 
+bool Equal(const std::string& a, const std::string& b) noexcept {
+  return Detail::SameText(a, b);
+}
+
 template <class T>
 bool Equal(const T& a, const T& b) noexcept {
   return a == b;
@@ -71,14 +75,37 @@ struct ValueComparatorHelper {
     if (a && b) {
       const DataType kind = a->type();
       if constexpr (!kReport) {
-        if (!HasChildren(kind)) {
-          MethodFor(kind)(a, b, work, errors);
-          return;
+        switch (kind) {
+          case DataType::INTEGER:
+            return CheckScalar<IntegerValue>(kind, *a, *b, work, errors);
+          case DataType::DOUBLE:
+            return CheckScalar<DoubleValue>(kind, *a, *b, work, errors);
+          case DataType::BOOLEAN:
+            return CheckScalar<BooleanValue>(kind, *a, *b, work, errors);
+          case DataType::STRING:
+            return CheckScalar<StringValue>(kind, *a, *b, work, errors);
+          case DataType::LIST:
+          case DataType::OPTIONAL:
+          case DataType::STRUCTURE:
+          case DataType::ERROR:
+            break;
+          default:
+            MethodFor(kind)(a, b, work, errors);
+            return;
         }
       }
       work.Push(Borrow(a.get()), Borrow(b.get()), MethodFor(kind));
     } else if (a || b) {
       work.Push(Borrow(a.get()), Borrow(b.get()), &UnsetMethod);
+    }
+  }
+
+  template <class X>
+  static void CheckScalar(DataType kind, const DataValue& a, const DataValue& b, Adapter& work,
+                          Errors& errors) {
+    if (b.type() != kind || !Equal(static_cast<const X&>(a).value(), static_cast<const X&>(b).value())) {
+      errors.found = true;
+      work.Clear();
     }
   }
 
@@ -222,7 +249,7 @@ struct ValueComparatorHelper {
   template <class X>
   static void CompareCompound(const X& a, const X& b, Adapter& work, Errors& errors) {
     if constexpr (Mode::kCompareNames) {
-      if (a.name() != b.name()) {
+      if (!Detail::SameText(a.name(), b.name())) {
         Difference(work, errors, "olma.data.value.comp.struct.names.not.eq",
                    [&] { return std::make_tuple(a.ToString(), b.ToString()); });
         return;

@@ -85,14 +85,16 @@ struct ValidatorErrorReport {
     stack.Clear();
     return false;
   }
-};
 
-namespace Detail {
-// The rendering of a value as messages show it; an empty pointer is "<unset>".
-inline std::string RenderValue(const DataValue::PtrConstType& value) {
-  return value ? value->ToString() : std::string("<unset>");
-}
-}  // namespace Detail
+  // The same with the renderings of `definition` and `value` (an empty value renders as
+  // "<unset>"). Kept out of line: the texts are only made when the check has failed.
+  template <class Stack>
+  [[gnu::noinline, gnu::cold]] static bool Mismatch(Stack& stack, MessageList& errors,
+                                                    const DataDefinition& definition,
+                                                    const DataValue::PtrConstType& value) {
+    return Error(stack, errors, definition.ToString(), value ? value->ToString() : std::string("<unset>"));
+  }
+};
 
 // Kinds must be equal; each composite kind accepts only its own value class.
 struct ValidatorModeStrict {
@@ -108,7 +110,7 @@ struct ValidatorModeStrict {
   static bool CompareTypes(DataType expected, const DataDefinition& definition,
                            const DataValue::PtrConstType& value, Stack& stack, MessageList& errors) {
     if (value && CompareTypesInt(expected, value->type())) return true;
-    return ValidatorErrorReport::Error(stack, errors, definition.ToString(), Detail::RenderValue(value));
+    return ValidatorErrorReport::Mismatch(stack, errors, definition, value);
   }
 };
 
@@ -146,7 +148,7 @@ struct ValidatorModePermissive {
   static bool CompareTypes(DataType expected, const DataDefinition& definition,
                            const DataValue::PtrConstType& value, Stack& stack, MessageList& errors) {
     if (value && CompareTypesInt(expected, value->type())) return true;
-    return ValidatorErrorReport::Error(stack, errors, definition.ToString(), Detail::RenderValue(value));
+    return ValidatorErrorReport::Mismatch(stack, errors, definition, value);
   }
 };
 
