@@ -94,7 +94,10 @@ struct ValueComparatorHelper {
             return;
         }
       }
-      work.Push(Borrow(a.get()), Borrow(b.get()), MethodFor(kind));
+      auto& e = work.stack.emplace_back();
+      e.src = Borrow(a.get());
+      e.dst = Borrow(b.get());
+      e.method = MethodFor(kind);
     } else if (a || b) {
       work.Push(Borrow(a.get()), Borrow(b.get()), &UnsetMethod);
     }
