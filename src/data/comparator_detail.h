@@ -32,7 +32,7 @@ template <class Adapter, class... Args>
 
 // Byte-wise equality of two texts. Names and short strings dominate comparisons, and for
 // up to 16 bytes a few overlapping word loads beat a call to memcmp.
-inline bool SameText(std::string_view a, std::string_view b) noexcept {
+[[gnu::always_inline]] inline bool SameText(std::string_view a, std::string_view b) noexcept {
   const std::size_t size = a.size();
   if (size != b.size()) return false;
   const char* x = a.data();

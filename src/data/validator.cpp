@@ -260,6 +260,13 @@ bool IsPlainScalar(const DataDefinition& definition) noexcept {
   }
 }
 
+template <class Mode>
+void CheckPlainScalar(const DataDefinition& definition, const DataValue::PtrConstType& value,
+                      Adapter& adapter, MessageList& errors) {
+  if (definition.type() != DataType::OPAQUE)
+    Mode::CompareTypes(definition.type(), definition, value, adapter, errors);
+}
+
 // Applies one definition to one value: checks what can be checked at once and queues the
 // composites. A step may also hand the same value on to another definition (a bare value
 // standing for an optional's content, in permissive mode); Run applies those in a loop,
@@ -336,23 +343,11 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
 
  private:
   void Apply(const DataDefinition& definition) {
+    if (IsPlainScalar(definition)) {
+      CheckPlainScalar<Mode>(definition, value(), adapter_, errors_);
+      return;
+    }
     switch (definition.type()) {
-      case DataType::OPAQUE:
-        return;
-      case DataType::VOID:
-      case DataType::INTEGER:
-      case DataType::DOUBLE:
-      case DataType::BOOLEAN:
-      case DataType::BLOB:
-      case DataType::SECRET:
-        CheckKind(definition);
-        return;
-      case DataType::STRING:
-        if (typeid(definition) == typeid(StringDefinition)) {
-          CheckKind(definition);
-          return;
-        }
-        break;
       case DataType::OPTIONAL:
         if (typeid(definition) == typeid(OptionalDefinition)) {
           Handle(static_cast<const OptionalDefinition&>(definition));
@@ -523,9 +518,7 @@ void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, Me
   // The commonest definitions, scalars, need nothing but the kind comparison: no visitor
   // is built for them.
   if (IsPlainScalar(*definition)) {
-    if (definition->type() != DataType::OPAQUE) {
-      Mode::CompareTypes(definition->type(), *definition, *dst.value, adapter, errors);
-    }
+    CheckPlainScalar<Mode>(*definition, *dst.value, adapter, errors);
     return;
   }
   DefinitionToEntriesVisitor<Match, Mode> visitor(dst, adapter, errors);

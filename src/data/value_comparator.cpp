@@ -66,9 +66,11 @@ struct ValueComparatorHelper {
   using Method = typename Adapter::Method;
   static constexpr bool kReport = std::is_same_v<Errors, MessageList>;
 
-  // Compares `a` with `b` by the method that fits the class of `a`: queued, except that
-  // the checking walk compares childless nodes at once.
-  static void Dispatch(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+  // Compares `a` with `b` by the method that fits the class of `a`. The reporting walk
+  // queues every pair; the checking walk compares childless nodes at once, the common
+  // scalars without even an indirect call. (Flattening inlines the push, so that the
+  // borrowed pointers go straight into the stack: measurably faster on large documents.)
+  [[gnu::flatten]] static void Dispatch(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
     if constexpr (!kReport) {
       if (errors.found) return;  // the rest of a list or structure after a difference
     }
@@ -94,15 +96,14 @@ struct ValueComparatorHelper {
             return;
         }
       }
-      auto& e = work.stack.emplace_back();
-      e.src = Borrow(a.get());
-      e.dst = Borrow(b.get());
-      e.method = MethodFor(kind);
+      work.Push(Borrow(a.get()), Borrow(b.get()), MethodFor(kind));
     } else if (a || b) {
       work.Push(Borrow(a.get()), Borrow(b.get()), &UnsetMethod);
     }
   }
 
+  // A scalar of class X (`a`, of kind `kind`) against `b`, for the checking walk. Both
+  // modes require equal kinds of scalars.
   template <class X>
   static void CheckScalar(DataType kind, const DataValue& a, const DataValue& b, Adapter& work,
                           Errors& errors) {
@@ -110,11 +111,6 @@ struct ValueComparatorHelper {
       errors.found = true;
       work.Clear();
     }
-  }
-
-  static constexpr bool HasChildren(DataType kind) noexcept {
-    return kind == DataType::LIST || kind == DataType::OPTIONAL || kind == DataType::STRUCTURE ||
-           kind == DataType::ERROR;
   }
 
   // Each value class reports a kind of its own, so the kind selects the method without a

@@ -2,7 +2,6 @@
 
 #include <cmath>
 #include <limits>
-#include <memory>
 #include <optional>
 #include <string>
 #include <type_traits>
@@ -13,466 +12,322 @@
 #include <gtest/gtest.h>
 
 #include "olma/core/base64.h"
-#include "olma/core/date_time.h"
-#include "olma/core/message.h"
-#include "olma/core/secret_string.h"
+#include "olma/data/comparator.h"
 #include "olma/data/values.h"
 
 namespace {
 
 using namespace Olma::Data;
-using Olma::BaseMessage;
 using Olma::ByteVector;
 using Olma::DateTime;
 using Olma::MessageList;
 using Olma::SecretString;
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::ElementsAreArray;
-using testing::IsEmpty;
-using testing::Matcher;
-using testing::Property;
-
-using Ptr = DataValue::PtrConstType;
 using Strict = DataValueHelper::Strict;
 using Loose = DataValueHelper::Loose;
+using Ptr = DataValue::PtrConstType;
+using Texts = std::vector<std::string>;
 
 Ptr Str(std::string text) {
   return StringValue::GetInstance(std::move(text));
 }
 
-Matcher<const BaseMessage&> IsMessage(const std::string& id, const std::vector<std::string>& args) {
-  return AllOf(Property("id", &BaseMessage::id, id),
-               Property("args", &BaseMessage::args, ElementsAreArray(args)));
+// The id and arguments of each message.
+Texts Flatten(const MessageList& messages) {
+  Texts flat;
+  for (const auto& message : messages) {
+    flat.push_back(message.id());
+    flat.insert(flat.end(), message.args().begin(), message.args().end());
+  }
+  return flat;
 }
 
-// A native value that no conversion produces, to tell "left alone" from "overwritten".
+// A value no conversion produces, to tell "left alone" from "overwritten".
 template <class T>
 T Sentinel() {
-  if constexpr (std::is_same_v<T, Void>) {
-    return Void{};
-  } else if constexpr (std::is_same_v<T, long long>) {
-    return -4242;
-  } else if constexpr (std::is_same_v<T, double>) {
-    return -42.42;
-  } else if constexpr (std::is_same_v<T, bool>) {
-    return true;
-  } else if constexpr (std::is_same_v<T, ByteVector>) {
-    return ByteVector{0xde, 0xad};
-  } else if constexpr (std::is_same_v<T, std::string>) {
-    return "sentinel";
-  } else if constexpr (std::is_same_v<T, SecretString>) {
-    return SecretString("sentinel");
-  } else {
+  if constexpr (std::is_same_v<T, DateTime>) {
     DateTime sentinel;
     DateTime::Create("1999-09-09T09:09:09.999Z", sentinel);
     return sentinel;
+  } else if constexpr (std::is_same_v<T, SecretString>) {
+    return SecretString("sentinel");
+  } else if constexpr (std::is_same_v<T, ByteVector>) {
+    return {0xde, 0xad};
+  } else if constexpr (std::is_same_v<T, std::string>) {
+    return "sentinel";
+  } else if constexpr (std::is_same_v<T, Void>) {
+    return {};
+  } else {
+    return T(-42);  // long long, double; bool: true
   }
 }
 
-// One conversion: its result, what `out` holds afterwards, and the messages it appended.
 template <class T>
 struct Outcome {
   bool ok;
   T out;
-  MessageList messages;
+  Texts messages;
 };
 
 template <class Mode, class T>
 Outcome<T> Convert(const Ptr& value) {
-  Outcome<T> outcome{false, Sentinel<T>(), {}};
-  if constexpr (std::is_same_v<Mode, Strict>) {
-    outcome.ok = DataValue::Value<T>(value, outcome.out, outcome.messages);
-  } else {
-    outcome.ok = DataValue::ToPrimitive<T>(value, outcome.out, outcome.messages);
-  }
-  EXPECT_EQ(outcome.ok, outcome.messages.empty());
-  return outcome;
+  T out = Sentinel<T>();
+  MessageList messages;
+  const bool ok = std::is_same_v<Mode, Strict> ? DataValue::Value<T>(value, out, messages)
+                                               : DataValue::ToPrimitive<T>(value, out, messages);
+  EXPECT_EQ(ok, messages.empty());
+  EXPECT_LE(messages.size(), 1u);
+  return {ok, std::move(out), Flatten(messages)};
+}
+
+template <class Mode, class T>
+void ExpectBadCast(const Ptr& value, const std::string& source_name) {
+  const auto outcome = Convert<Mode, T>(value);
+  EXPECT_FALSE(outcome.ok);
+  EXPECT_EQ(outcome.messages, (Texts{"olma.data.bad.cast2", source_name, std::string(TypeInfo<T>::name())}));
+  EXPECT_TRUE(outcome.out == Sentinel<T>()) << "a failed conversion leaves the output alone";
 }
 
 // ---------------------------------------------------------------------------------------
-// The rules both modes share, checked for every target type
+// Rules shared by both modes, for every target type
 
 template <class T>
 class ValueToNative : public testing::Test {};
-
 using Natives =
     testing::Types<Void, long long, double, bool, ByteVector, std::string, SecretString, DateTime>;
 TYPED_TEST_SUITE(ValueToNative, Natives);
 
-// A scalar of every class, with the name of its native type and a check that a
-// conversion to its own native type delivered the payload.
-struct ScalarSource {
-  Ptr value;
-  std::string native_name;
-};
-
-std::vector<ScalarSource> ScalarSources() {
-  return {
+TYPED_TEST(ValueToNative, OnlyTheMatchingScalarClassConvertsWithoutWidening) {
+  using T = TypeParam;
+  const std::string target(TypeInfo<T>::name());
+  // Every scalar class, with the name of its native type. The text is a canonical
+  // date-time, so that every successful conversion turns back into its source.
+  const std::pair<Ptr, std::string> sources[] = {
       {VoidValue::GetInstance(), "Void"},
       {IntegerValue::GetInstance(42), "Long"},
       {DoubleValue::GetInstance(1.5), "Double"},
       {BooleanValue::GetInstance(false), "Boolean"},
-      {BlobValue::GetInstance(ByteVector{1, 2, 3}), "Blob"},
-      {Str("2021-06-01T12:00:00.250+02:00"), "String"},
+      {BlobValue::GetInstance(ByteVector{1, 2}), "Blob"},
+      {Str("2021-06-01T14:00:00.250Z"), "String"},
       {SecretValue::GetInstance(SecretString("pw")), "SecretString"},
   };
-}
-
-template <class T>
-bool HoldsPayloadOf(const T& out, const Ptr& source) {
-  if constexpr (std::is_same_v<T, Void>) {
-    return source->type() == DataType::VOID;
-  } else if constexpr (std::is_same_v<T, long long>) {
-    return out == 42;
-  } else if constexpr (std::is_same_v<T, double>) {
-    return out == 1.5;
-  } else if constexpr (std::is_same_v<T, bool>) {
-    return !out;
-  } else if constexpr (std::is_same_v<T, ByteVector>) {
-    return out == ByteVector{1, 2, 3};
-  } else if constexpr (std::is_same_v<T, std::string>) {
-    return out == "2021-06-01T12:00:00.250+02:00";
-  } else if constexpr (std::is_same_v<T, SecretString>) {
-    return out.str() == "pw";
-  } else {
-    return out.text() == "2021-06-01T14:00:00.250Z";  // the string parsed as a date-time
-  }
-}
-
-template <class Mode, class T>
-void CheckScalarSources() {
-  const std::string target(TypeInfo<T>::name());
-  for (const ScalarSource& source : ScalarSources()) {
-    SCOPED_TRACE(source.native_name + " -> " + target);
-    const auto outcome = Convert<Mode, T>(source.value);
-    const bool matching =
-        source.native_name == target || (source.native_name == "String" && target == "DateTime");
-    if (matching) {
-      EXPECT_TRUE(outcome.ok);
-      EXPECT_TRUE(HoldsPayloadOf(outcome.out, source.value));
-    } else if (std::is_same_v<Mode, Loose> && source.native_name == "String") {
-      continue;  // the loose text rules have tables of their own below
+  for (const auto& [value, name] : sources) {
+    SCOPED_TRACE(name + " -> " + target);
+    if (name == target || (name == "String" && target == "DateTime")) {
+      for (const auto& outcome : {Convert<Strict, T>(value), Convert<Loose, T>(value)}) {
+        MessageList ignored;
+        EXPECT_TRUE(outcome.ok);
+        EXPECT_TRUE(DataValue::Compare<CompModeStrict>(DataValue::Create<T>(outcome.out), value, ignored));
+      }
     } else {
-      EXPECT_FALSE(outcome.ok);
-      EXPECT_THAT(outcome.messages,
-                  ElementsAre(IsMessage("olma.data.bad.cast2", {source.native_name, target})));
-      EXPECT_EQ(outcome.messages.front().defaultMessage(),
-                "Bad cast: " + source.native_name + " -> " + target);
-      EXPECT_TRUE(outcome.out == Sentinel<T>()) << "a failed conversion must leave the output alone";
+      ExpectBadCast<Strict, T>(value, name);
+      if (name != "String") ExpectBadCast<Loose, T>(value, name);  // loose text rules: tables below
     }
   }
 }
 
-TYPED_TEST(ValueToNative, StrictConvertsTheMatchingClassOnlyWithoutWidening) {
-  CheckScalarSources<Strict, TypeParam>();
-}
-
-TYPED_TEST(ValueToNative, LooseAgreesWithStrictForEveryNonTextSource) {
-  CheckScalarSources<Loose, TypeParam>();
-}
-
 TYPED_TEST(ValueToNative, CompositesAreNamedByKindAndNeverUnwrapped) {
-  StructValue::PtrType structure = StructValue::GetInstance("s");
-  structure->SetField("f", IntegerValue::GetInstance(1));
   const std::pair<Ptr, std::string> sources[] = {
       {OptionalValue::GetInstance(IntegerValue::GetInstance(5)), "OPTIONAL"},
       {OptionalValue::GetInstance(Str("5")), "OPTIONAL"},
       {ListValue::GetInstance(), "LIST"},
-      {ListValueLong::GetInstance(), "_UNKNOWN"},
       {ListValueString::GetInstance(), "_UNKNOWN"},
-      {structure, "STRUCTURE"},
+      {StructValue::GetInstance("s"), "STRUCTURE"},
       {ErrorValue::GetInstance("e"), "ERROR"},
       {nullptr, "<unset>"},
   };
-  const std::string target(TypeInfo<TypeParam>::name());
   for (const auto& [value, name] : sources) {
     SCOPED_TRACE(name);
-    for (const auto& outcome : {Convert<Strict, TypeParam>(value), Convert<Loose, TypeParam>(value)}) {
-      EXPECT_FALSE(outcome.ok);
-      EXPECT_THAT(outcome.messages, ElementsAre(IsMessage("olma.data.bad.cast2", {name, target})));
-      EXPECT_TRUE(outcome.out == Sentinel<TypeParam>());
-    }
+    ExpectBadCast<Strict, TypeParam>(value, name);
+    ExpectBadCast<Loose, TypeParam>(value, name);
   }
 }
 
-TEST(ValueToNative, TypeNames) {
-  EXPECT_EQ(TypeInfo<Void>::name(), "Void");
-  EXPECT_EQ(TypeInfo<long long>::name(), "Long");
-  EXPECT_EQ(TypeInfo<double>::name(), "Double");
-  EXPECT_EQ(TypeInfo<bool>::name(), "Boolean");
-  EXPECT_EQ(TypeInfo<ByteVector>::name(), "Blob");
-  EXPECT_EQ(TypeInfo<std::string>::name(), "String");
-  EXPECT_EQ(TypeInfo<SecretString>::name(), "SecretString");
-  EXPECT_EQ(TypeInfo<DateTime>::name(), "DateTime");
-}
-
-TEST(ValueToNative, DefaultTextsOfTheMessages) {
-  MessageList messages;
+TEST(ValueToNative, MessagesReadAsExpected) {
+  MessageList messages{Olma::BaseMessage("x", "x", {})};
   double number = 0;
-  EXPECT_FALSE(DataValue::Value<double>(IntegerValue::GetInstance(1), number, messages));
-  EXPECT_FALSE(DataValue::ToPrimitive<double>(IntegerValue::GetInstance(1), number, messages));
   long long integer = 0;
+  Void nothing;
+  EXPECT_FALSE(DataValue::ToPrimitive<double>(IntegerValue::GetInstance(1), number, messages));
   EXPECT_FALSE(DataValue::Value<long long>(OptionalValue::GetInstance(IntegerValue::GetInstance(5)), integer,
                                            messages));
-  Void nothing;
   EXPECT_FALSE(DataValue::ToPrimitive<Void>(Str("x"), nothing, messages));
-  std::vector<std::string> texts;
-  for (const BaseMessage& message : messages) texts.push_back(message.defaultMessage());
-  EXPECT_THAT(texts, ElementsAre("Bad cast: Long -> Double", "Bad cast: Long -> Double",
-                                 "Bad cast: OPTIONAL -> Long", "Bad cast: String -> Void : x"));
+  Texts texts;
+  for (const auto& message : messages) texts.push_back(message.defaultMessage());
+  EXPECT_EQ(texts, (Texts{"x", "Bad cast: Long -> Double", "Bad cast: OPTIONAL -> Long",
+                          "Bad cast: String -> Void : x"}));
 }
 
-TEST(ValueToNative, AppendsToWhatTheListAlreadyHolds) {
-  MessageList messages{BaseMessage("x", "x", {})};
-  bool flag = false;
-  EXPECT_TRUE(DataValue::ToPrimitive<bool>(Str("true"), flag, messages));
-  EXPECT_FALSE(DataValue::ToPrimitive<bool>(Str("yes"), flag, messages));
-  ASSERT_EQ(messages.size(), 2u);
-  EXPECT_EQ(messages.front().id(), "x");
-  EXPECT_THAT(messages.back(), IsMessage("olma.data.bad.cast2", {"String", "Boolean"}));
-}
-
-TEST(ValueToNative, VisitorReportsTheLastVisit) {
+TEST(ValueToNative, VisitorHoldsTheResultOfTheLastVisit) {
   MessageList messages;
   long long out = 0;
   DataValueHelper::ValueToNativeVisitor<Strict, long long> visitor(out, messages);
   EXPECT_FALSE(visitor.result());
   IntegerValue::GetInstance(7)->AcceptVisitor(visitor);
-  EXPECT_TRUE(visitor.result());
-  EXPECT_EQ(out, 7);
-  Str("7")->AcceptVisitor(visitor);
+  EXPECT_TRUE(visitor.result() && out == 7);
+  Str("8")->AcceptVisitor(visitor);
   EXPECT_FALSE(visitor.result());
-  EXPECT_EQ(out, 7);
 }
 
 // ---------------------------------------------------------------------------------------
-// Text sources
-
-// A text conversion expected to succeed with `expected`, or to fail (nullopt).
-template <class T>
-struct TextCase {
-  std::string text;
-  std::optional<T> expected;
-};
+// Loose text sources (strict mode reads none: see above). Expected result, or nullopt for
+// "Bad cast: String -> T".
 
 template <class Mode, class T>
-void CheckTextCases(const std::vector<TextCase<T>>& cases) {
-  const std::string target(TypeInfo<T>::name());
-  for (const auto& c : cases) {
-    SCOPED_TRACE("\"" + c.text + "\" -> " + target);
-    const auto outcome = Convert<Mode, T>(Str(c.text));
-    if (c.expected) {
-      EXPECT_TRUE(outcome.ok);
-      if constexpr (std::is_same_v<T, double>) {
-        if (std::isnan(*c.expected)) {
-          EXPECT_TRUE(std::isnan(outcome.out));
-          continue;
-        }
-      }
-      EXPECT_TRUE(outcome.out == *c.expected);
-    } else {
-      EXPECT_FALSE(outcome.ok);
-      EXPECT_THAT(outcome.messages, ElementsAre(IsMessage("olma.data.bad.cast2", {"String", target})));
-      EXPECT_TRUE(outcome.out == Sentinel<T>());
+void CheckTexts(const std::vector<std::pair<std::string, std::optional<T>>>& cases) {
+  for (const auto& [text, expected] : cases) {
+    SCOPED_TRACE("\"" + text + "\"");
+    if (!expected) {
+      ExpectBadCast<Mode, T>(Str(text), "String");
+      continue;
     }
+    const auto outcome = Convert<Mode, T>(Str(text));
+    EXPECT_TRUE(outcome.ok);
+    if constexpr (std::is_same_v<T, double>) {
+      if (std::isnan(*expected)) {
+        EXPECT_TRUE(std::isnan(outcome.out));
+        continue;
+      }
+    }
+    EXPECT_TRUE(outcome.out == *expected);
   }
 }
 
-TEST(ValueToNative, StrictDoesNotReadScalarsFromText) {
-  CheckTextCases<Strict, bool>({{"true", std::nullopt}, {"1", std::nullopt}});
-  CheckTextCases<Strict, long long>({{"42", std::nullopt}});
-  CheckTextCases<Strict, double>({{"1.5", std::nullopt}});
-  CheckTextCases<Strict, ByteVector>({{"AQID", std::nullopt}});
-  CheckTextCases<Strict, Void>({{"", std::nullopt}});
-  CheckTextCases<Strict, SecretString>({{"pw", std::nullopt}});
-  CheckTextCases<Strict, std::string>({{"", std::string()}, {"any text", std::string("any text")}});
-}
-
-TEST(ValueToNative, LooseReadsBooleansFromTrueFalseOneAndZero) {
-  CheckTextCases<Loose, bool>({
-      {"true", true},
-      {"false", false},
-      {"1", true},
-      {"0", false},
-      {"yes", std::nullopt},
-      {"TRUE", std::nullopt},
-      {"False", std::nullopt},
-      {"2", std::nullopt},
-      {" 1", std::nullopt},
-      {"1 ", std::nullopt},
-      {"", std::nullopt},
-  });
-}
-
-TEST(ValueToNative, LooseReadsWholeTextsAsSigned64BitIntegers) {
-  CheckTextCases<Loose, long long>({
-      {"42", 42},
-      {"-7", -7},
-      {"+5", 5},
-      {"0", 0},
-      {"9223372036854775807", std::numeric_limits<long long>::max()},
-      {"-9223372036854775808", std::numeric_limits<long long>::min()},
-      {"9223372036854775808", std::nullopt},
-      {"-9223372036854775809", std::nullopt},
-      {" 5", std::nullopt},
-      {"5 ", std::nullopt},
-      {"1.0", std::nullopt},
-      {"1e3", std::nullopt},
-      {"0x10", std::nullopt},
-      {"12abc", std::nullopt},
-      {"", std::nullopt},
-  });
-}
-
-TEST(ValueToNative, LooseReadsWholeTextsAsDoublesIncludingInfinityAndNaN) {
+TEST(ValueToNative, LooseReadsScalarsFromWholeTexts) {
   const double inf = std::numeric_limits<double>::infinity();
-  CheckTextCases<Loose, double>({
-      {"1.5", 1.5},
-      {"-2e3", -2000.0},
-      {".5", 0.5},
-      {"42", 42.0},
-      {"inf", inf},
-      {"INFINITY", inf},
-      {"infinity", inf},
-      {"-inf", -inf},
-      {"nan", std::nan("")},
-      {"NAN", std::nan("")},
-      {"abc", std::nullopt},
-      {" 1", std::nullopt},
-      {"1 ", std::nullopt},
-      {"1e309", std::nullopt},
-      {"1,5", std::nullopt},
-      {"", std::nullopt},
-  });
+  const auto none = std::nullopt;
+  CheckTexts<Loose, bool>({{"true", true},
+                           {"false", false},
+                           {"1", true},
+                           {"0", false},
+                           {"yes", none},
+                           {"TRUE", none},
+                           {"2", none},
+                           {" 1", none},
+                           {"", none}});
+  CheckTexts<Loose, long long>({{"42", 42},
+                                {"-7", -7},
+                                {"+5", 5},
+                                {"9223372036854775807", std::numeric_limits<long long>::max()},
+                                {"-9223372036854775808", std::numeric_limits<long long>::min()},
+                                {"9223372036854775808", none},
+                                {" 5", none},
+                                {"5 ", none},
+                                {"1.0", none},
+                                {"0x10", none},
+                                {"", none}});
+  CheckTexts<Loose, double>({{"1.5", 1.5},
+                             {"-2e3", -2000.0},
+                             {".5", 0.5},
+                             {"inf", inf},
+                             {"INFINITY", inf},
+                             {"-infinity", -inf},
+                             {"nan", std::nan("")},
+                             {"NAN", std::nan("")},
+                             {"abc", none},
+                             {" 1", none},
+                             {"1 ", none},
+                             {"1e309", none},
+                             {"1,5", none},
+                             {"", none}});
+  CheckTexts<Loose, SecretString>({{"pw", SecretString("pw")}, {"", SecretString()}});
+  CheckTexts<Loose, Void>({{"", Void{}}});
+  CheckTexts<Loose, ByteVector>({{"AQID", ByteVector{1, 2, 3}}, {"", ByteVector{}}});
 }
 
-TEST(ValueToNative, LooseDecodesBlobsFromBase64) {
-  CheckTextCases<Loose, ByteVector>(
-      {{"AQID", ByteVector{1, 2, 3}}, {"", ByteVector{}}, {"TQ==", ByteVector{'M'}}});
+TEST(ValueToNative, LooseTextFailuresWithDetail) {
   for (const std::string text : {"A", "AQI*", "A=BC"}) {
     SCOPED_TRACE(text);
     std::string error;
     const ByteVector decoded = Olma::Base64::Decode(text, error);
     ASSERT_FALSE(error.empty());
     const auto outcome = Convert<Loose, ByteVector>(Str(text));
-    EXPECT_FALSE(outcome.ok);
-    EXPECT_THAT(outcome.messages, ElementsAre(IsMessage("olma.data.bad.cast3", {"String", "Blob", error})));
+    EXPECT_EQ(outcome.messages, (Texts{"olma.data.bad.cast3", "String", "Blob", error}));
     EXPECT_EQ(outcome.out, decoded);  // whatever the decoder produced
   }
-}
-
-TEST(ValueToNative, LooseReadsVoidFromTheEmptyTextOnly) {
-  CheckTextCases<Loose, Void>({{"", Void{}}});
   for (const std::string text : {"x", " ", "NULL"}) {
-    SCOPED_TRACE(text);
     const auto outcome = Convert<Loose, Void>(Str(text));
-    EXPECT_THAT(outcome.messages, ElementsAre(IsMessage("olma.data.bad.cast3", {"String", "Void", text})));
+    EXPECT_EQ(outcome.messages, (Texts{"olma.data.bad.cast3", "String", "Void", text}));
   }
 }
 
-TEST(ValueToNative, LooseTakesAnyTextAsSecret) {
-  CheckTextCases<Loose, SecretString>({{"pw", SecretString("pw")}, {"", SecretString("")}});
-}
-
-template <class Mode>
-class DateTimeFromText : public testing::Test {};
-using ConversionModes = testing::Types<Strict, Loose>;
-TYPED_TEST_SUITE(DateTimeFromText, ConversionModes);
-
-TYPED_TEST(DateTimeFromText, BothModesParseTheText) {
-  const auto parsed = Convert<TypeParam, DateTime>(Str("2021-06-01T12:00:00.250+02:00"));
-  EXPECT_TRUE(parsed.ok);
-  EXPECT_EQ(parsed.out.text(), "2021-06-01T14:00:00.250Z");
+TEST(ValueToNative, BothModesParseDateTimes) {
+  const auto parsed = Convert<Strict, DateTime>(Str("2021-06-01T12:00:00+01:00"));
+  EXPECT_EQ(parsed.out.text(), "2021-06-01T13:00:00.000Z");
   for (const std::string text : {"not a date", "", "2021-06-01", "2021-06-01T12:00:00Z "}) {
     SCOPED_TRACE(text);
-    const auto failed = Convert<TypeParam, DateTime>(Str(text));
-    EXPECT_THAT(failed.messages, ElementsAre(IsMessage("olma.data.bad.cast3", {"String", "DateTime", text})));
-    EXPECT_TRUE(failed.out == Sentinel<DateTime>());
+    for (const auto& outcome : {Convert<Strict, DateTime>(Str(text)), Convert<Loose, DateTime>(Str(text))}) {
+      EXPECT_EQ(outcome.messages, (Texts{"olma.data.bad.cast3", "String", "DateTime", text}));
+      EXPECT_TRUE(outcome.out == Sentinel<DateTime>());
+    }
   }
 }
 
 // ---------------------------------------------------------------------------------------
 // Values by path
 
-StructValue::PtrType StructOf(std::initializer_list<std::pair<const char*, Ptr>> fields) {
-  StructValue::PtrType structure = StructValue::GetInstance("s");
-  for (const auto& field : fields) structure->SetField(field.first, field.second);
-  return structure;
-}
-
-TEST(GetValueByPath, WalksFieldsAndOptionalsAndStopsAtListsAndScalars) {
+TEST(GetValueByPath, EntersFieldsAndOptionalsAndStopsAtListsAndScalars) {
   const Ptr five = IntegerValue::GetInstance(5);
-  const Ptr inner = StructOf({{"b", five}});
+  StructValue::PtrType inner = StructValue::GetInstance("inner"), root = StructValue::GetInstance("root");
+  inner->SetField("b", five);
   ListValue::PtrType list = ListValue::GetInstance();
   list->push_back(inner);
-  const Ptr opt = OptionalValue::GetInstance(inner);
   ErrorValue::PtrType error = ErrorValue::GetInstance("e");
   error->SetField("code", five);
-  const Ptr root = StructOf({
-      {"a", inner},
-      {"opt", opt},
-      {"none", OptionalValue::GetInstance()},
-      {"list", list},
-      {"longs", ListValueLong::GetInstance()},
-      {"n", five},
-      {"empty", nullptr},
-      {"err", error},
-      {"", inner},
-  });
+  const Ptr opt = OptionalValue::GetInstance(inner);
+  for (const auto& [name, value] :
+       std::initializer_list<std::pair<const char*, Ptr>>{{"a", inner},
+                                                          {"opt", opt},
+                                                          {"none", OptionalValue::GetInstance()},
+                                                          {"list", list},
+                                                          {"longs", ListValueLong::GetInstance()},
+                                                          {"n", five},
+                                                          {"empty", nullptr},
+                                                          {"err", error},
+                                                          {"", inner}}) {
+    root->SetField(name, value);
+  }
   const struct {
     const char* path;
-    Ptr expected;                        // compared by identity: the tree's own node
-    std::vector<std::string> remaining;  // the argument of the one message, if any
+    Ptr expected;           // the tree's own node
+    std::string remaining;  // the argument of the list message, if one is expected
   } cases[] = {
-      {"a.b", five, {}},
-      {".a.b", five, {}},
-      {"a", inner, {}},
-      {"a.", inner, {}},
-      {"", root, {}},
-      {".", root, {}},
-      {"a.c", nullptr, {}},
-      {"x", nullptr, {}},
-      {"..b", five, {}},  // only one leading "." is dropped: then "" names a field
-      {".b", nullptr, {}},
-      {"opt.b", five, {}},
-      {"opt", opt, {}},  // a path that ends on an optional yields the optional
-      {"none.b", nullptr, {}},
-      {"list", list, {}},
-      {"list.b", nullptr, {"b"}},
-      {"list.b.c", nullptr, {"b.c"}},
-      {"longs.x", nullptr, {"x"}},
-      {"opt.b.deeper", nullptr, {}},
-      {"n.x", nullptr, {}},
-      {"empty", nullptr, {}},
-      {"empty.x", nullptr, {}},
-      {"err.code", five, {}},
+      {"a.b", five, ""},
+      {".a.b", five, ""},
+      {"a", inner, ""},
+      {"a.", inner, ""},
+      {"", root, ""},
+      {".", root, ""},
+      {"a.c", nullptr, ""},
+      {"x", nullptr, ""},
+      {"..b", five, ""},  // one leading "." is dropped, then "" names a field
+      {"opt.b", five, ""},
+      {"opt", opt, ""},
+      {"none.b", nullptr, ""},
+      {"n.x", nullptr, ""},
+      {"empty", nullptr, ""},
+      {"empty.x", nullptr, ""},
+      {"err.code", five, ""},
+      {"list", list, ""},
+      {"list.b", nullptr, "b"},
+      {"list.b.c", nullptr, "b.c"},
+      {"longs.x", nullptr, "x"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.path);
     MessageList messages;
     EXPECT_EQ(DataValueHelpers::GetValueByPath(c.path, root, messages), c.expected);
-    if (c.remaining.empty()) {
-      EXPECT_THAT(messages, IsEmpty());
-    } else {
-      EXPECT_THAT(messages, ElementsAre(IsMessage("olma.data.getvaluebypath.list.not.last", c.remaining)));
-      EXPECT_EQ(messages.front().defaultMessage(),
-                "List value is not last in path. Remaining path: " + c.remaining.front());
-    }
     EXPECT_EQ(DataValueHelpers::GetValueByPath(c.path, root), c.expected);
+    EXPECT_EQ(Flatten(messages),
+              (c.remaining.empty() ? Texts{} : Texts{"olma.data.getvaluebypath.list.not.last", c.remaining}));
   }
+  EXPECT_EQ(DataValueHelpers::GetValueByPath("", nullptr), nullptr);
 }
 
-TEST(GetValueByPath, EmptyValueGivesNothing) {
-  MessageList messages;
-  EXPECT_EQ(DataValueHelpers::GetValueByPath("a", nullptr, messages), nullptr);
-  EXPECT_EQ(DataValueHelpers::GetValueByPath("", nullptr, messages), nullptr);
-  EXPECT_THAT(messages, IsEmpty());
-}
-
-TEST(GetValueByPath, ChainsOfAMillionOptionalsNeedNoDeepCallStack) {
+TEST(GetValueByPath, AMillionNestedOptionalsNeedNoDeepCallStack) {
   const Ptr five = IntegerValue::GetInstance(5);
-  Ptr node = StructOf({{"x", five}});
+  StructValue::PtrType leaf = StructValue::GetInstance("s");
+  leaf->SetField("x", five);
+  Ptr node = leaf;
   for (int i = 0; i < 1000000; ++i) node = OptionalValue::GetInstance(std::move(node));
   EXPECT_EQ(DataValueHelpers::GetValueByPath("x", node), five);
 }

@@ -22,6 +22,12 @@
 //                                    a blob or a secret, a bare value for an optional, a
 //                                    typed list for a list, a structure for an error
 //
+// With either Match, a field declared OPTIONAL (a union case included) may be absent, and
+// an absent union case is not held against its tag; a value with no more fields than its
+// definition never counts as having extra ones. The fields of dynamic structures and
+// errors, and everything below them, are matched as with LooseMatch. In permissive mode a
+// typed list whose element kind fits is accepted without looking at its elements.
+//
 // Messages raised (ids with their default texts):
 //   "olma.data.type.mismatch"           "Type mismatch: {1} != {2}" (definition, value)
 //   "olma.data.value.unknown"           "Unknown value: {1}" (an enumeration refused the text)
@@ -41,8 +47,8 @@
 // that StructRefDefinitions point at, which their owner keeps. A reference whose target is
 // gone is reported as a type mismatch between "StructRefDefinition" and the value, never a
 // crash. An empty value pointer inside a tree (a list element, a field or an optional's
-// content) matches only an OPAQUE definition and is otherwise a type mismatch rendered as
-// "<unset>".
+// content) matches only an OPAQUE definition: it is a type mismatch rendered as "<unset>",
+// or for an enumeration the string conversion's "olma.data.bad.cast2" from "<unset>".
 //
 // Thread safety: validation keeps no state between calls and never modifies the trees;
 // any number of threads may validate the same definitions and values at once. Nesting
