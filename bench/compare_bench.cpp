@@ -1,6 +1,6 @@
 // The cost of deciding that two documents are equal, against what a user would use instead.
 //
-// The document is a structure holding a list of 1,000 records. A record has an integer id,
+// The document is a structure holding a list of N records (N = 10 and 1,000). A record has an integer id,
 // a string name, a list of three string tags, a double price, a boolean flag, a nested
 // owner structure of two strings, and an optional note that half of the records carry.
 // Two documents with the same content but no node in common are compared:
@@ -27,15 +27,13 @@ namespace {
 
 using namespace Olma::Data;
 
-constexpr int kRecords = 1000;
-
 std::string Name(int i) {
   return "record-" + std::to_string(i);
 }
 
-DataValue::PtrConstType MakeValue() {
+DataValue::PtrConstType MakeValue(int count) {
   ListValue::PtrType records = ListValue::GetInstance();
-  for (int i = 0; i < kRecords; ++i) {
+  for (int i = 0; i < count; ++i) {
     ListValue::PtrType tags = ListValue::GetInstance();
     for (const char* tag : {"alpha", "beta", "gamma"}) tags->push_back(StringValue::GetInstance(tag));
     StructValue::PtrType owner = StructValue::GetInstance("owner");
@@ -58,9 +56,9 @@ DataValue::PtrConstType MakeValue() {
   return document;
 }
 
-nlohmann::json MakeJson() {
+nlohmann::json MakeJson(int count) {
   nlohmann::json records = nlohmann::json::array();
-  for (int i = 0; i < kRecords; ++i) {
+  for (int i = 0; i < count; ++i) {
     records.push_back({
         {"id", i},
         {"name", Name(i)},
@@ -76,24 +74,24 @@ nlohmann::json MakeJson() {
 
 template <class Mode>
 void BM_OlmaCompare(benchmark::State& state) {
-  const DataValue::PtrConstType a = MakeValue(), b = MakeValue();
+  const DataValue::PtrConstType a = MakeValue(state.range(0)), b = MakeValue(state.range(0));
   Olma::MessageList messages;
   for (auto _ : state) {
     const bool equal = ValueComparator<Mode>::Compare(a, b, messages);
     if (!equal) state.SkipWithError("the documents differ");
     benchmark::DoNotOptimize(equal);
   }
-  state.SetItemsProcessed(state.iterations() * kRecords);
+  state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
 void BM_JsonEqual(benchmark::State& state) {
-  const nlohmann::json a = MakeJson(), b = MakeJson();
+  const nlohmann::json a = MakeJson(state.range(0)), b = MakeJson(state.range(0));
   for (auto _ : state) {
     const bool equal = a == b;
     if (!equal) state.SkipWithError("the documents differ");
     benchmark::DoNotOptimize(equal);
   }
-  state.SetItemsProcessed(state.iterations() * kRecords);
+  state.SetItemsProcessed(state.iterations() * state.range(0));
 }
 
 void BM_OlmaCompareStrict(benchmark::State& state) {
@@ -103,17 +101,19 @@ void BM_OlmaCompareLoose(benchmark::State& state) {
   BM_OlmaCompare<CompModeLoose>(state);
 }
 
-BENCHMARK(BM_OlmaCompareStrict)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_OlmaCompareLoose)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_JsonEqual)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OlmaCompareStrict)->Arg(10)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_OlmaCompareLoose)->Arg(10)->Arg(1000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_JsonEqual)->Arg(10)->Arg(1000)->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   RatioReporter reporter({
-      {"BM_OlmaCompareStrict", "BM_JsonEqual"},
-      {"BM_OlmaCompareLoose", "BM_JsonEqual"},
+      {"BM_OlmaCompareStrict/10", "BM_JsonEqual/10"},
+      {"BM_OlmaCompareLoose/10", "BM_JsonEqual/10"},
+      {"BM_OlmaCompareStrict/1000", "BM_JsonEqual/1000"},
+      {"BM_OlmaCompareLoose/1000", "BM_JsonEqual/1000"},
   });
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();

@@ -7,6 +7,7 @@
 #include <iterator>
 #include <string>
 #include <string_view>
+#include <tuple>
 
 #include "olma/core/message.h"
 
@@ -27,6 +28,25 @@ template <class Adapter, class... Args>
 [[gnu::noinline, gnu::cold]] void ReportDifference(Adapter& work, MessageList& messages, std::string_view id,
                                                    const Args&... args) {
   messages.push_back(Message<CoreTag>(id, args...));
+  work.Clear();
+}
+
+// What a walk that only needs a yes or no records instead of a message.
+struct Differs {
+  bool found = false;
+};
+
+// Records the first difference of a walk, by the kind of Errors: a message whose arguments
+// `args()` renders (as a tuple of texts), or just the flag. Either way the queued work is
+// abandoned.
+template <class Adapter, class Args>
+void RecordDifference(Adapter& work, MessageList& messages, std::string_view id, Args&& args) {
+  std::apply([&](const auto&... texts) { ReportDifference(work, messages, id, texts...); }, args());
+}
+
+template <class Adapter, class Args>
+void RecordDifference(Adapter& work, Differs& differs, std::string_view, Args&&) {
+  differs.found = true;
   work.Clear();
 }
 

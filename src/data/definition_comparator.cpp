@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <tuple>
+#include <type_traits>
 
 #include "data/comparator_detail.h"
 #include "olma/data/adapter.h"
@@ -14,7 +16,6 @@ namespace Data {
 namespace {
 
 using DefinitionPtr = DataDefinition::PtrConstType;
-using DefinitionAdapter = DataAdapter<DefinitionPtr, DefinitionPtr, MessageList>;
 using FieldMap = DataDefinition::FieldMap;
 
 // An unset name or field map compares as an empty one.
@@ -65,12 +66,16 @@ class OptionalShape final : public IgnoringDefinitionVisitor {
   std::shared_ptr<const UnionCaseDefinition> unionCase;  // empty unless it is a union case
 };
 
+// Errors is MessageList for the comparison that reports the difference, and
+// Detail::Differs for the one that only needs the answer (and so renders no text).
+template <class Errors>
 struct DefinitionComparatorHelper {
+  using DefinitionAdapter = DataAdapter<DefinitionPtr, DefinitionPtr, Errors>;
+
   // Queues the comparison of `a` with `b`, with the method that fits the class of `a`.
   // Classes that share a kind (StringDefinition and IsOneOfDefinition, OptionalDefinition
   // and UnionCaseDefinition) need the visitor to be told apart.
-  static void Dispatch(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
-                       MessageList&) {
+  static void Dispatch(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work, Errors&) {
     if (a && b) {
       DefinitionToEntriesVisitor visitor(b, work);
       a->AcceptVisitor(visitor);
@@ -125,7 +130,9 @@ struct DefinitionComparatorHelper {
     }
 
    private:
-    void Push(DefinitionPtr a, DefinitionAdapter::Method method) { work_.Push(std::move(a), b_, method); }
+    void Push(DefinitionPtr a, typename DefinitionAdapter::Method method) {
+      work_.Push(std::move(a), b_, method);
+    }
 
     const DefinitionPtr& b_;
     DefinitionAdapter& work_;
@@ -133,99 +140,100 @@ struct DefinitionComparatorHelper {
 
   // The kind test every method starts with; there is no loose mode for definitions.
   static bool CompareTypes(const DataDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
-                           MessageList& messages) {
+                           Errors& errors) {
     if (a.type() == b.type()) return true;
-    ReportMismatch(a, b, work, messages);
+    ReportMismatch(a, b, work, errors);
     return false;
   }
 
   static void ReportMismatch(const DataDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
-                             MessageList& messages) {
-    Detail::ReportDifference(work, messages, "olma.data.type.mismatch", a.ToString(), b.ToString());
+                             Errors& errors) {
+    Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
+                             [&] { return std::make_tuple(a.ToString(), b.ToString()); });
   }
 
   // One side is an empty pointer, the other is not.
   static void UnsetMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
-                          MessageList& messages) {
-    Detail::ReportDifference(work, messages, "olma.data.type.mismatch", Detail::RenderNode(a.get()),
-                             Detail::RenderNode(b.get()));
+                          Errors& errors) {
+    Detail::RecordDifference(work, errors, "olma.data.type.mismatch", [&] {
+      return std::make_tuple(Detail::RenderNode(a.get()), Detail::RenderNode(b.get()));
+    });
   }
 
   // Scalars, opaque and is-one-of: the kind is all there is to compare (predicates cannot
   // be compared).
   static void PrimitiveMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
-                              MessageList& messages) {
-    CompareTypes(*a, *b, work, messages);
+                              Errors& errors) {
+    CompareTypes(*a, *b, work, errors);
   }
 
   template <class X>
   static void CompositeMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
-                              MessageList& messages) {
-    if (!CompareTypes(*a, *b, work, messages)) return;
-    CompareInt(std::static_pointer_cast<const X>(a), b, work, messages);
+                              Errors& errors) {
+    if (!CompareTypes(*a, *b, work, errors)) return;
+    CompareInt(std::static_pointer_cast<const X>(a), b, work, errors);
   }
 
   static void CompareInt(const std::shared_ptr<const ListDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
+                         DefinitionAdapter& work, Errors& errors) {
     // LIST has one class only.
-    Dispatch(a->element(), static_cast<const ListDefinition&>(*b).element(), work, messages);
+    Dispatch(a->element(), static_cast<const ListDefinition&>(*b).element(), work, errors);
   }
 
   // An optional against an optional or a union case: their elements.
   static void CompareInt(const std::shared_ptr<const OptionalDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
+                         DefinitionAdapter& work, Errors& errors) {
     OptionalShape shape;
     b->AcceptVisitor(shape);
     if (shape.element == nullptr) {  // not reached: OPTIONAL has no third class
-      ReportMismatch(*a, *b, work, messages);
+      ReportMismatch(*a, *b, work, errors);
       return;
     }
-    Dispatch(a->element(), *shape.element, work, messages);
+    Dispatch(a->element(), *shape.element, work, errors);
   }
 
   // A union case only against a union case with the same tag field name.
   static void CompareInt(const std::shared_ptr<const UnionCaseDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
+                         DefinitionAdapter& work, Errors& errors) {
     OptionalShape shape;
     b->AcceptVisitor(shape);
     if (!shape.unionCase || !UnionCaseDefinition::Compare(a, shape.unionCase)) {
-      ReportMismatch(*a, *b, work, messages);
+      ReportMismatch(*a, *b, work, errors);
       return;
     }
-    Dispatch(a->element(), shape.unionCase->element(), work, messages);
+    Dispatch(a->element(), shape.unionCase->element(), work, errors);
   }
 
   // References: equal names, and both or neither target alive. Targets are not followed,
   // which keeps recursive types finite.
   static void CompareInt(const std::shared_ptr<const StructRefDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
+                         DefinitionAdapter& work, Errors& errors) {
     const auto& y = static_cast<const StructRefDefinition&>(*b);
     if (NameOf(a->name()) != NameOf(y.name()) ||
         static_cast<bool>(a->target()) != static_cast<bool>(y.target())) {
-      ReportMismatch(*a, y, work, messages);
+      ReportMismatch(*a, y, work, errors);
     }
   }
 
   static void CompareInt(const std::shared_ptr<const StructDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
-    CompareCompound<StructDefinition>(*a, static_cast<const StructDefinition&>(*b), work, messages);
+                         DefinitionAdapter& work, Errors& errors) {
+    CompareCompound<StructDefinition>(*a, static_cast<const StructDefinition&>(*b), work, errors);
   }
 
   static void CompareInt(const std::shared_ptr<const ErrorDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
-    CompareCompound<ErrorDefinition>(*a, static_cast<const ErrorDefinition&>(*b), work, messages);
+                         DefinitionAdapter& work, Errors& errors) {
+    CompareCompound<ErrorDefinition>(*a, static_cast<const ErrorDefinition&>(*b), work, errors);
   }
 
   static void CompareInt(const std::shared_ptr<const DynamicStructureDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
+                         DefinitionAdapter& work, Errors& errors) {
     CompareCompound<DynamicStructureDefinition>(*a, static_cast<const DynamicStructureDefinition&>(*b), work,
-                                                messages);
+                                                errors);
   }
 
   static void CompareInt(const std::shared_ptr<const DynamicErrorDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, MessageList& messages) {
-    CompareCompound<DynamicErrorDefinition>(*a, static_cast<const DynamicErrorDefinition&>(*b), work,
-                                            messages);
+                         DefinitionAdapter& work, Errors& errors) {
+    CompareCompound<DynamicErrorDefinition>(*a, static_cast<const DynamicErrorDefinition&>(*b), work, errors);
   }
 
   // The name of a compound definition; the dynamic ones all share a placeholder name.
@@ -243,25 +251,31 @@ struct DefinitionComparatorHelper {
   // As strict compound values: names, then field counts, then the fields in ascending
   // name order.
   template <class X>
-  static void CompareCompound(const X& a, const X& b, DefinitionAdapter& work, MessageList& messages) {
+  static void CompareCompound(const X& a, const X& b, DefinitionAdapter& work, Errors& errors) {
     if (CompoundName(a) != CompoundName(b)) {
-      Detail::ReportDifference(work, messages, "olma.data.value.comp.struct.names.not.eq", a.ToString(),
-                               b.ToString());
+      Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.names.not.eq",
+                               [&] { return std::make_tuple(a.ToString(), b.ToString()); });
       return;
     }
     const FieldMap& x = FieldsOf(a.fields());
     const FieldMap& y = FieldsOf(b.fields());
     if (x.size() != y.size()) {
-      Detail::ReportDifference(work, messages, "olma.data.value.comp.values.not.eq.sizes", a.ToString(),
-                               b.ToString());
+      Detail::RecordDifference(work, errors, "olma.data.value.comp.values.not.eq.sizes",
+                               [&] { return std::make_tuple(a.ToString(), b.ToString()); });
       return;
     }
     const std::string* missing = Detail::PairFieldsDescending(
-        x, y, [&](const DefinitionPtr& p, const DefinitionPtr& q) { Dispatch(p, q, work, messages); });
+        x, y, [&](const DefinitionPtr& p, const DefinitionPtr& q) { Dispatch(p, q, work, errors); });
     if (missing != nullptr) {
-      Detail::ReportDifference(work, messages, "olma.data.value.comp.struct.missing.field", *missing,
-                               a.ToString(), b.ToString());
+      Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.missing.field",
+                               [&] { return std::make_tuple(*missing, a.ToString(), b.ToString()); });
     }
+  }
+
+  // Runs one walk from the pair of roots.
+  static void Walk(const DefinitionPtr& a, const DefinitionPtr& b, Errors& errors) {
+    DefinitionAdapter engine(&Dispatch);
+    engine.Adapt(a, b, errors);
   }
 };
 
@@ -271,14 +285,15 @@ bool DefinitionComparator::Compare(const DataDefinition::PtrConstType& a,
                                    const DataDefinition::PtrConstType& b, MessageList& messages) {
   if (!a || !b) return !a && !b;
   const auto before = messages.size();
-  DefinitionAdapter engine(&DefinitionComparatorHelper::Dispatch);
-  engine.Adapt(a, b, messages);
+  DefinitionComparatorHelper<MessageList>::Walk(a, b, messages);
   return messages.size() == before;
 }
 
 bool DataDefinition::Compare(const PtrConstType& a, const PtrConstType& b) {
-  MessageList discarded;
-  return DefinitionComparator::Compare(a, b, discarded);
+  if (!a || !b) return !a && !b;
+  Detail::Differs differs;
+  DefinitionComparatorHelper<Detail::Differs>::Walk(a, b, differs);
+  return !differs.found;
 }
 
 bool DataDefinition::Compare(const PtrConstType& a, const PtrConstType& b, MessageList& messages) {

@@ -43,20 +43,15 @@ bool Equal(const T& a, const T& b) noexcept {
   return a == b;
 }
 
-// What the checking walk records instead of a message.
-struct Differs {
-  bool found = false;
-};
-
 // One comparison runs as up to two walks over the same rules, told apart by Errors:
 //
-//   Differs      the checking walk: compares scalars as soon as it meets them, in any
-//                order, and only notes that some difference exists. Equal trees, the
-//                common case, take this walk alone.
-//   MessageList  the reporting walk, run only when the checking walk found a difference:
-//                defers every comparison to the stack so that nodes are compared in
-//                reading order (first element first, fields in ascending name order,
-//                depth first), and reports the first difference it meets.
+//   Detail::Differs  the checking walk: compares scalars as soon as it meets them, in
+//                    any order, and only notes that some difference exists. Equal trees,
+//                    the common case, take this walk alone.
+//   MessageList      the reporting walk, run only when the checking walk found a
+//                    difference: defers every comparison to the stack so that nodes are
+//                    compared in reading order (first element first, fields in ascending
+//                    name order, depth first), and reports the first difference it meets.
 //
 // Both walks stop at the first difference they meet: a method that finds one clears the
 // work.
@@ -154,40 +149,30 @@ struct ValueComparatorHelper {
     }
   }
 
-  // Records a difference and abandons the queued work. `args` renders the message's
-  // arguments; the checking walk never calls it.
-  template <class Args>
-  static void Difference(Adapter& work, Errors& errors, std::string_view id, Args&& args) {
-    if constexpr (kReport) {
-      std::apply([&](const auto&... texts) { Detail::ReportDifference(work, errors, id, texts...); }, args());
-    } else {
-      errors.found = true;
-      work.Clear();
-    }
-  }
-
   // The kind test every method starts with; records the mismatch itself.
   static bool CompareTypes(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
     if (Mode::CompareTypes(a.type(), b.type())) return true;
-    Difference(work, errors, "olma.data.type.mismatch",
-               [&] { return std::make_tuple(a.ToString(), b.ToString()); });
+    Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
+                             [&] { return std::make_tuple(a.ToString(), b.ToString()); });
     return false;
   }
 
   static void NotEqual(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
-    Difference(work, errors, "olma.data.comparator.values.not.equal",
-               [&] { return std::make_tuple(to_string(a.type()), a.ToString(), b.ToString()); });
+    Detail::RecordDifference(work, errors, "olma.data.comparator.values.not.equal", [&] {
+      return std::make_tuple(to_string(a.type()), a.ToString(), b.ToString());
+    });
   }
 
   static void SizesDiffer(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
-    Difference(work, errors, "olma.data.value.comp.values.not.eq.sizes",
-               [&] { return std::make_tuple(a.ToString(), b.ToString()); });
+    Detail::RecordDifference(work, errors, "olma.data.value.comp.values.not.eq.sizes",
+                             [&] { return std::make_tuple(a.ToString(), b.ToString()); });
   }
 
   // One side is an empty pointer, the other is not.
   static void UnsetMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
-    Difference(work, errors, "olma.data.type.mismatch",
-               [&] { return std::make_tuple(Detail::RenderNode(a.get()), Detail::RenderNode(b.get())); });
+    Detail::RecordDifference(work, errors, "olma.data.type.mismatch", [&] {
+      return std::make_tuple(Detail::RenderNode(a.get()), Detail::RenderNode(b.get()));
+    });
   }
 
   static void TypeOnlyMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
@@ -249,8 +234,8 @@ struct ValueComparatorHelper {
   static void CompareCompound(const X& a, const X& b, Adapter& work, Errors& errors) {
     if constexpr (Mode::kCompareNames) {
       if (!Detail::SameText(a.name(), b.name())) {
-        Difference(work, errors, "olma.data.value.comp.struct.names.not.eq",
-                   [&] { return std::make_tuple(a.ToString(), b.ToString()); });
+        Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.names.not.eq",
+                                 [&] { return std::make_tuple(a.ToString(), b.ToString()); });
         return;
       }
     }
@@ -264,8 +249,8 @@ struct ValueComparatorHelper {
     const std::string* missing = Detail::PairFieldsDescending(
         a.fields(), b.fields(), [&](const ValuePtr& x, const ValuePtr& y) { Dispatch(x, y, work, errors); });
     if (missing != nullptr) {
-      Difference(work, errors, "olma.data.value.comp.struct.missing.field",
-                 [&] { return std::make_tuple(*missing, a.ToString(), b.ToString()); });
+      Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.missing.field",
+                               [&] { return std::make_tuple(*missing, a.ToString(), b.ToString()); });
     }
   }
 
@@ -282,8 +267,8 @@ template <class Mode>
 bool ValueComparator<Mode>::Compare(const DataValue::PtrConstType& a, const DataValue::PtrConstType& b,
                                     MessageList& messages) {
   if (!a || !b) return !a && !b;
-  Differs check;
-  ValueComparatorHelper<Mode, Differs>::Walk(a, b, check);
+  Detail::Differs check;
+  ValueComparatorHelper<Mode, Detail::Differs>::Walk(a, b, check);
   if (!check.found) return true;
   ValueComparatorHelper<Mode, MessageList>::Walk(a, b, messages);
   return false;
