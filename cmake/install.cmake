@@ -19,5 +19,7 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/olma-core-config-version.
 install(FILES ${PROJECT_BINARY_DIR}/olma-core-config.cmake ${PROJECT_BINARY_DIR}/olma-core-config-version.cmake
         DESTINATION ${olma_cmake_dir})
 
+# The .pc file locates the prefix relative to itself, so an installed tree can be moved.
+file(RELATIVE_PATH OLMA_PC_TO_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/olma-core.pc.in ${PROJECT_BINARY_DIR}/olma-core.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/olma-core.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
