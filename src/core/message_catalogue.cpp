@@ -36,17 +36,20 @@ constexpr CatalogueEntry kCoreCatalogue[] = {
     {"olma.data.struct.missing.fields", "Missing fields: {1}, {2}"},
     {"olma.data.union.missing.tag.field", "Missing UnionCase tag field: {1}"},
     {"olma.data.union.invalid.case.state.isnotset",
-     "In the structure '{1}', the field '{2}' is set to '{3}'. Therefore, the field '{4}' must be set, but it is "
+     "In the structure '{1}', the field '{2}' is set to '{3}'. Therefore, the field '{4}' must be set, but "
+     "it is "
      "not."},
     {"olma.data.union.invalid.case.state.isnotset.short",
      "In the structure '{1}', the field '{2}' must be set, but it is not."},
     {"olma.data.union.invalid.case.state.isset",
-     "In the structure '{1}', the field '{2}' is set to '{3}'. Therefore, the field '{4}' must not be set, but it "
+     "In the structure '{1}', the field '{2}' is set to '{3}'. Therefore, the field '{4}' must not be set, "
+     "but it "
      "is."},
     {"olma.data.union.invalid.case.state.isset.short",
      "In the structure '{1}', the field '{2}' must not be set, but it is."},
     {"olma.data.union.invalid.case.state.notag",
-     "In the structure '{1}', the field '{2}' is not set. Therefore, the field '{3}' also must not be set, but it "
+     "In the structure '{1}', the field '{2}' is not set. Therefore, the field '{3}' also must not be set, "
+     "but it "
      "is."},
     {"olma.data.getvaluebypath.list.not.last", "List value is not last in path. Remaining path: {1}"},
     {"olma.async.api.interface.missing.method", "Interface missing method: {1}[{2}]"},

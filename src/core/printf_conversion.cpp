@@ -11,7 +11,9 @@ namespace {
 
 enum class State { Text, Percent, Digits, Positioned };
 
-bool IsConversionLetter(char c) { return std::string_view("cCdxXusSfgp").find(c) != std::string_view::npos; }
+bool IsConversionLetter(char c) {
+  return std::string_view("cCdxXusSfgp").find(c) != std::string_view::npos;
+}
 
 }  // namespace
 
@@ -19,9 +21,9 @@ std::string PrintfLikeFmtToOlmaFmt(std::string_view printf_template) {
   std::string out;
   out.reserve(printf_template.size() + 8);
   State state = State::Text;
-  std::string width;     // digits read so far
-  std::string copy;      // the width that follows an explicit position
-  int position = 0;      // explicit "n$" position, 0 for none
+  std::string width;  // digits read so far
+  std::string copy;   // the width that follows an explicit position
+  int position = 0;   // explicit "n$" position, 0 for none
 
   for (const char c : printf_template) {
     if (c == '%') {

@@ -85,7 +85,7 @@ TEST(Format, Strings) {
   EXPECT_EQ(Format("[{1:s}]", with_nul), std::string("[a\0b]", 5));
   EXPECT_EQ(Format("[{1:5}]", with_nul), "[    a]");  // printf sees the C string
   EXPECT_EQ(Format("[{1:-4}]", "ab"), "[ab  ]");
-  EXPECT_EQ(Format("[{1:5}]", std::string_view("ab")), "[ab]");  // views ignore the spec
+  EXPECT_EQ(Format("[{1:5}]", std::string_view("ab")), "[ab]");  // views ignore the conversion
   char mutable_text[] = "mutable";
   char* pointer = mutable_text;
   EXPECT_EQ(Format("{} {}", pointer, "literal"), "mutable literal");

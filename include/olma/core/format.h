@@ -107,12 +107,12 @@ OLMA_API void FormatBoostErrorCode(FormatOutput& out, std::string_view spec, con
 template <typename T, bool B = std::is_arithmetic<T>::value>
 struct formatter;
 
-#define OLMA_DETAIL_FORMATTER(Type, Arithmetic, Function)                                       \
-  template <>                                                                                  \
-  struct formatter<Type, Arithmetic> {                                                         \
-    static void format(FormatOutput& out, std::string_view spec, const void* value) {          \
-      Function(out, spec, value);                                                              \
-    }                                                                                          \
+#define OLMA_DETAIL_FORMATTER(Type, Arithmetic, Function)                             \
+  template <>                                                                         \
+  struct formatter<Type, Arithmetic> {                                                \
+    static void format(FormatOutput& out, std::string_view spec, const void* value) { \
+      Function(out, spec, value);                                                     \
+    }                                                                                 \
   }
 
 OLMA_DETAIL_FORMATTER(int, true, FormatInt);

@@ -73,7 +73,8 @@ class Message : public BaseMessage {
       : BaseMessage(std::string(id), DefaultMessageForId(id), std::list<std::string>()) {}
 
   template <typename... Args>
-  Message(std::string_view id, const Args&... args) : BaseMessage(MakeMessage(id, DefaultMessageForId(id), args...)) {}
+  Message(std::string_view id, const Args&... args)
+      : BaseMessage(MakeMessage(id, DefaultMessageForId(id), args...)) {}
 
   // The catalogue template of `id`, or "Unknown message.".
   static const char* DefaultMessageForId(std::string_view id);
