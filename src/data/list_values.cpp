@@ -39,101 +39,69 @@ std::string ListValue::ToString() const {
   return Render(*this);
 }
 
-ListValueBool::PtrType ListValueBool::GetInstance() {
-  return std::make_shared<ListValueBool>(PrivConstructor());
+namespace {
+
+// The visitor slot of each typed list.
+void VisitSlot(ValueVisitor& v, ListValueBool::PtrConstType list) {
+  v.VisitListBool(std::move(list));
+}
+void VisitSlot(ValueVisitor& v, ListValueLong::PtrConstType list) {
+  v.VisitListLong(std::move(list));
+}
+void VisitSlot(ValueVisitor& v, ListValueDouble::PtrConstType list) {
+  v.VisitListDouble(std::move(list));
+}
+void VisitSlot(ValueVisitor& v, ListValueBlob::PtrConstType list) {
+  v.VisitListBlob(std::move(list));
+}
+void VisitSlot(ValueVisitor& v, ListValueString::PtrConstType list) {
+  v.VisitListString(std::move(list));
+}
+void VisitSlot(ValueVisitor& v, ListValueSecret::PtrConstType list) {
+  v.VisitListSecret(std::move(list));
+}
+void VisitSlot(MutableValueVisitor& v, ListValueBool::PtrType list) {
+  v.VisitListBool(std::move(list));
+}
+void VisitSlot(MutableValueVisitor& v, ListValueLong::PtrType list) {
+  v.VisitListLong(std::move(list));
+}
+void VisitSlot(MutableValueVisitor& v, ListValueDouble::PtrType list) {
+  v.VisitListDouble(std::move(list));
+}
+void VisitSlot(MutableValueVisitor& v, ListValueBlob::PtrType list) {
+  v.VisitListBlob(std::move(list));
+}
+void VisitSlot(MutableValueVisitor& v, ListValueString::PtrType list) {
+  v.VisitListString(std::move(list));
+}
+void VisitSlot(MutableValueVisitor& v, ListValueSecret::PtrType list) {
+  v.VisitListSecret(std::move(list));
 }
 
-void ListValueBool::AcceptVisitor(ValueVisitor& visitor) const {
-  visitor.VisitListBool(std::static_pointer_cast<const ListValueBool>(shared_from_this()));
+}  // namespace
+
+template <class T, DataType::EnumType Kind>
+void TypedListValue<T, Kind>::AcceptVisitor(ValueVisitor& visitor) const {
+  VisitSlot(visitor, std::static_pointer_cast<const TypedListValue>(shared_from_this()));
 }
 
-void ListValueBool::AcceptVisitor(MutableValueVisitor& visitor) {
-  visitor.VisitListBool(std::static_pointer_cast<ListValueBool>(shared_from_this()));
+template <class T, DataType::EnumType Kind>
+void TypedListValue<T, Kind>::AcceptVisitor(MutableValueVisitor& visitor) {
+  VisitSlot(visitor, std::static_pointer_cast<TypedListValue>(shared_from_this()));
 }
 
-std::string ListValueBool::ToString() const {
+template <class T, DataType::EnumType Kind>
+std::string TypedListValue<T, Kind>::ToString() const {
   return Render(*this);
 }
 
-ListValueLong::PtrType ListValueLong::GetInstance() {
-  return std::make_shared<ListValueLong>(PrivConstructor());
-}
-
-void ListValueLong::AcceptVisitor(ValueVisitor& visitor) const {
-  visitor.VisitListLong(std::static_pointer_cast<const ListValueLong>(shared_from_this()));
-}
-
-void ListValueLong::AcceptVisitor(MutableValueVisitor& visitor) {
-  visitor.VisitListLong(std::static_pointer_cast<ListValueLong>(shared_from_this()));
-}
-
-std::string ListValueLong::ToString() const {
-  return Render(*this);
-}
-
-ListValueDouble::PtrType ListValueDouble::GetInstance() {
-  return std::make_shared<ListValueDouble>(PrivConstructor());
-}
-
-void ListValueDouble::AcceptVisitor(ValueVisitor& visitor) const {
-  visitor.VisitListDouble(std::static_pointer_cast<const ListValueDouble>(shared_from_this()));
-}
-
-void ListValueDouble::AcceptVisitor(MutableValueVisitor& visitor) {
-  visitor.VisitListDouble(std::static_pointer_cast<ListValueDouble>(shared_from_this()));
-}
-
-std::string ListValueDouble::ToString() const {
-  return Render(*this);
-}
-
-ListValueBlob::PtrType ListValueBlob::GetInstance() {
-  return std::make_shared<ListValueBlob>(PrivConstructor());
-}
-
-void ListValueBlob::AcceptVisitor(ValueVisitor& visitor) const {
-  visitor.VisitListBlob(std::static_pointer_cast<const ListValueBlob>(shared_from_this()));
-}
-
-void ListValueBlob::AcceptVisitor(MutableValueVisitor& visitor) {
-  visitor.VisitListBlob(std::static_pointer_cast<ListValueBlob>(shared_from_this()));
-}
-
-std::string ListValueBlob::ToString() const {
-  return Render(*this);
-}
-
-ListValueString::PtrType ListValueString::GetInstance() {
-  return std::make_shared<ListValueString>(PrivConstructor());
-}
-
-void ListValueString::AcceptVisitor(ValueVisitor& visitor) const {
-  visitor.VisitListString(std::static_pointer_cast<const ListValueString>(shared_from_this()));
-}
-
-void ListValueString::AcceptVisitor(MutableValueVisitor& visitor) {
-  visitor.VisitListString(std::static_pointer_cast<ListValueString>(shared_from_this()));
-}
-
-std::string ListValueString::ToString() const {
-  return Render(*this);
-}
-
-ListValueSecret::PtrType ListValueSecret::GetInstance() {
-  return std::make_shared<ListValueSecret>(PrivConstructor());
-}
-
-void ListValueSecret::AcceptVisitor(ValueVisitor& visitor) const {
-  visitor.VisitListSecret(std::static_pointer_cast<const ListValueSecret>(shared_from_this()));
-}
-
-void ListValueSecret::AcceptVisitor(MutableValueVisitor& visitor) {
-  visitor.VisitListSecret(std::static_pointer_cast<ListValueSecret>(shared_from_this()));
-}
-
-std::string ListValueSecret::ToString() const {
-  return Render(*this);
-}
+template class TypedListValue<bool, DataType::LIST_BOOL>;
+template class TypedListValue<long long, DataType::LIST_LONG>;
+template class TypedListValue<double, DataType::LIST_DOUBLE>;
+template class TypedListValue<ByteVector, DataType::LIST_BLOB>;
+template class TypedListValue<std::string, DataType::LIST_STRING>;
+template class TypedListValue<SecretString, DataType::LIST_SECRET>;
 
 }  // namespace Data
 }  // namespace Olma

@@ -27,6 +27,7 @@
 #include "olma/core/export.h"
 #include "olma/core/secret_string.h"
 #include "olma/data/value.h"
+#include "olma/data/value_visitor.h"
 
 namespace Olma {
 namespace Data {
@@ -72,92 +73,32 @@ class ListValueMixin : public std::list<T> {
   using std::list<T>::list;
 };
 
-// The typed lists render like a ListValue of the corresponding scalars: "[ 1, 0, ] " for
-// booleans, each blob as its bytes, each secret as "<secret>".
-
-class OLMA_API ListValueBool final : public DataValue, public ListValueMixin<bool> {
+// A packed typed list of kind Kind over native elements T. The six instantiations are
+// ListValueBool, ListValueLong, ListValueDouble, ListValueBlob, ListValueString and
+// ListValueSecret; each is visited through its own slot. They render like a ListValue of
+// the corresponding scalars: "[ 1, 0, ] " for booleans, each blob as its bytes, each
+// secret as "<secret>".
+template <class T, DataType::EnumType Kind>
+class OLMA_API TypedListValue final : public DataValue, public ListValueMixin<T> {
  public:
-  using PtrType = std::shared_ptr<ListValueBool>;
-  using PtrConstType = std::shared_ptr<const ListValueBool>;
+  using PtrType = std::shared_ptr<TypedListValue>;
+  using PtrConstType = std::shared_ptr<const TypedListValue>;
 
-  static PtrType GetInstance();
-  explicit ListValueBool(PrivConstructor tag) noexcept : DataValue(tag) {}
+  static PtrType GetInstance() { return std::make_shared<TypedListValue>(PrivConstructor()); }
+  explicit TypedListValue(PrivConstructor tag) noexcept : DataValue(tag) {}
 
-  DataType type() const override { return DataType::LIST_BOOL; }
+  DataType type() const override { return Kind; }
   void AcceptVisitor(ValueVisitor& visitor) const override;
   void AcceptVisitor(MutableValueVisitor& visitor) override;
   std::string ToString() const override;
 };
 
-class OLMA_API ListValueLong final : public DataValue, public ListValueMixin<long long> {
- public:
-  using PtrType = std::shared_ptr<ListValueLong>;
-  using PtrConstType = std::shared_ptr<const ListValueLong>;
-
-  static PtrType GetInstance();
-  explicit ListValueLong(PrivConstructor tag) noexcept : DataValue(tag) {}
-
-  DataType type() const override { return DataType::LIST_LONG; }
-  void AcceptVisitor(ValueVisitor& visitor) const override;
-  void AcceptVisitor(MutableValueVisitor& visitor) override;
-  std::string ToString() const override;
-};
-
-class OLMA_API ListValueDouble final : public DataValue, public ListValueMixin<double> {
- public:
-  using PtrType = std::shared_ptr<ListValueDouble>;
-  using PtrConstType = std::shared_ptr<const ListValueDouble>;
-
-  static PtrType GetInstance();
-  explicit ListValueDouble(PrivConstructor tag) noexcept : DataValue(tag) {}
-
-  DataType type() const override { return DataType::LIST_DOUBLE; }
-  void AcceptVisitor(ValueVisitor& visitor) const override;
-  void AcceptVisitor(MutableValueVisitor& visitor) override;
-  std::string ToString() const override;
-};
-
-class OLMA_API ListValueBlob final : public DataValue, public ListValueMixin<ByteVector> {
- public:
-  using PtrType = std::shared_ptr<ListValueBlob>;
-  using PtrConstType = std::shared_ptr<const ListValueBlob>;
-
-  static PtrType GetInstance();
-  explicit ListValueBlob(PrivConstructor tag) noexcept : DataValue(tag) {}
-
-  DataType type() const override { return DataType::LIST_BLOB; }
-  void AcceptVisitor(ValueVisitor& visitor) const override;
-  void AcceptVisitor(MutableValueVisitor& visitor) override;
-  std::string ToString() const override;
-};
-
-class OLMA_API ListValueString final : public DataValue, public ListValueMixin<std::string> {
- public:
-  using PtrType = std::shared_ptr<ListValueString>;
-  using PtrConstType = std::shared_ptr<const ListValueString>;
-
-  static PtrType GetInstance();
-  explicit ListValueString(PrivConstructor tag) noexcept : DataValue(tag) {}
-
-  DataType type() const override { return DataType::LIST_STRING; }
-  void AcceptVisitor(ValueVisitor& visitor) const override;
-  void AcceptVisitor(MutableValueVisitor& visitor) override;
-  std::string ToString() const override;
-};
-
-class OLMA_API ListValueSecret final : public DataValue, public ListValueMixin<SecretString> {
- public:
-  using PtrType = std::shared_ptr<ListValueSecret>;
-  using PtrConstType = std::shared_ptr<const ListValueSecret>;
-
-  static PtrType GetInstance();
-  explicit ListValueSecret(PrivConstructor tag) noexcept : DataValue(tag) {}
-
-  DataType type() const override { return DataType::LIST_SECRET; }
-  void AcceptVisitor(ValueVisitor& visitor) const override;
-  void AcceptVisitor(MutableValueVisitor& visitor) override;
-  std::string ToString() const override;
-};
+extern template class TypedListValue<bool, DataType::LIST_BOOL>;
+extern template class TypedListValue<long long, DataType::LIST_LONG>;
+extern template class TypedListValue<double, DataType::LIST_DOUBLE>;
+extern template class TypedListValue<ByteVector, DataType::LIST_BLOB>;
+extern template class TypedListValue<std::string, DataType::LIST_STRING>;
+extern template class TypedListValue<SecretString, DataType::LIST_SECRET>;
 
 }  // namespace Data
 }  // namespace Olma

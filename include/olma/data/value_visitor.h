@@ -18,8 +18,12 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
+#include "olma/core/byte_vector.h"
 #include "olma/core/export.h"
+#include "olma/core/secret_string.h"
+#include "olma/data/data_type.h"
 
 namespace Olma {
 namespace Data {
@@ -34,12 +38,14 @@ class SecretValue;
 class ErrorValue;
 class OptionalValue;
 class ListValue;
-class ListValueBool;
-class ListValueLong;
-class ListValueDouble;
-class ListValueBlob;
-class ListValueString;
-class ListValueSecret;
+template <class T, DataType::EnumType Kind>
+class TypedListValue;
+using ListValueBool = TypedListValue<bool, DataType::LIST_BOOL>;
+using ListValueLong = TypedListValue<long long, DataType::LIST_LONG>;
+using ListValueDouble = TypedListValue<double, DataType::LIST_DOUBLE>;
+using ListValueBlob = TypedListValue<ByteVector, DataType::LIST_BLOB>;
+using ListValueString = TypedListValue<std::string, DataType::LIST_STRING>;
+using ListValueSecret = TypedListValue<SecretString, DataType::LIST_SECRET>;
 class StructValue;
 
 // Visits values as const.
