@@ -16,6 +16,10 @@
 #include <string>
 #include <utility>
 
+#include "olma/core/base64.h"
+#include "olma/core/format.h"
+#include "olma/core/gzip.h"
+#include "olma/core/message.h"
 #include "olma/data/definitions.h"
 #include "olma/data/values.h"
 #include "olma/invocation/async_activation.h"
@@ -206,6 +210,25 @@ void Call(const AsyncApiInterface& api, int number, const std::string& heading, 
            }));
 }
 
+// The helpers underneath: the formatter every text goes through, catalogue messages, and
+// the byte encodings a transport uses for bodies and blobs.
+void ShowCoreHelpers() {
+  std::cout << "\n== 9. The core helpers ==\n";
+  std::cout << Olma::Format("format: {1} tasks, {2:.1f}% done, id {3:08x}", 12, 62.5, 48879) << "\n";
+  const Olma::Message<Olma::CoreTag> message("olma.data.bad.cast2", "Long", "Double");
+  std::cout << "message: " << message.id() << " \"" << message.defaultMessage() << "\"\n";
+
+  Olma::MessageList problems;
+  const std::string body = "{\"title\": \"Write report\", \"priority\": 2}";
+  const Olma::ByteVector packed = Olma::Gzip::Compress(body, problems);
+  const std::string wire = Olma::Base64::Encode(packed);
+  std::string error;
+  const std::string back = Olma::Gzip::Decompress(Olma::Base64::Decode(wire, error), problems);
+  std::cout << "gzip+base64: " << body.size() << " bytes -> " << wire.size() << " Base64 characters -> "
+            << (back == body && problems.empty() && error.empty() ? "round trip intact" : "round trip broken")
+            << "\n";
+}
+
 }  // namespace
 
 int main() {
@@ -252,5 +275,7 @@ int main() {
   Call(*api, 7, "The handler's output breaks its definition", "count_tasks", Input("count_tasks_input"));
 
   Call(*api, 8, "A method the interface does not have", "delete_task", Input("delete_task_input"));
+
+  ShowCoreHelpers();
   return 0;
 }
