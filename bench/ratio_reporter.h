@@ -17,7 +17,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
  public:
   // Each pair names a benchmark of the library and the peer it is compared with; a
   // benchmark with arguments is matched by its full name ("BM_Crc32/1048576").
-  explicit RatioReporter(std::vector<std::pair<std::string, std::string>> pairs) : pairs_(std::move(pairs)) {}
+  using Pairs = std::vector<std::pair<std::string, std::string>>;
+  explicit RatioReporter(Pairs pairs) : pairs_(std::move(pairs)) {}
 
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
@@ -41,6 +42,6 @@ class RatioReporter : public benchmark::ConsoleReporter {
   }
 
  private:
-  std::vector<std::pair<std::string, std::string>> pairs_;
+  Pairs pairs_;
   std::map<std::string, double> times_;
 };

@@ -1,9 +1,7 @@
 // The cost of validating one document, against what a user would use instead.
 //
-// The document is a structure holding a list of N records (N = 10 and 1,000). A record
-// has an integer id, a string name, a list of three string tags, a double price, a boolean
-// flag, a nested owner structure of two strings, and an optional note that half of the
-// records carry. Three checks run on the same content in the same process:
+// The sample document (sample_document.h) of N records (N = 10 and 1,000), checked three
+// ways on the same content in the same process:
 //
 //   BM_Olma*       the library's validator on the value tree, against its definition,
 //                  in the four combinations of match and validator mode;
@@ -36,67 +34,11 @@
 #include "olma/data/validator.h"
 #include "olma/data/values.h"
 #include "ratio_reporter.h"
+#include "sample_document.h"
 
 namespace {
 
 using namespace Olma::Data;
-
-// ---------------------------------------------------------------------------------------
-// The document, three ways.
-
-DataDefinition::PtrConstType MakeDefinition() {
-  const auto text = StringDefinition::GetInstance();
-  const auto owner = StructDefinition::GetInstance("owner", {{"first", text}, {"last", text}});
-  const auto record =
-      StructDefinition::GetInstance("record", {{"id", IntegerDefinition::GetInstance()},
-                                               {"name", text},
-                                               {"tags", ListDefinition::GetInstance(text)},
-                                               {"price", DoubleDefinition::GetInstance()},
-                                               {"active", BooleanDefinition::GetInstance()},
-                                               {"owner", owner},
-                                               {"note", OptionalDefinition::GetInstance(text)}});
-  return StructDefinition::GetInstance("catalogue", {{"records", ListDefinition::GetInstance(record)}});
-}
-
-DataValue::PtrConstType MakeValue(int records) {
-  auto list = ListValue::GetInstance();
-  for (int i = 0; i < records; ++i) {
-    auto record = StructValue::GetInstance("record");
-    record->SetField("id", IntegerValue::GetInstance(i));
-    record->SetField("name", StringValue::GetInstance("record number " + std::to_string(i)));
-    auto tags = ListValue::GetInstance();
-    for (const char* tag : {"red", "green", "blue"}) tags->push_back(StringValue::GetInstance(tag));
-    record->SetField("tags", tags);
-    record->SetField("price", DoubleValue::GetInstance(i * 0.25));
-    record->SetField("active", BooleanValue::GetInstance(i % 3 == 0));
-    auto owner = StructValue::GetInstance("owner");
-    owner->SetField("first", StringValue::GetInstance("Ada"));
-    owner->SetField("last", StringValue::GetInstance("Lovelace"));
-    record->SetField("owner", owner);
-    record->SetField("note", i % 2 == 0
-                                 ? OptionalValue::GetInstance(StringValue::GetInstance("handle with care"))
-                                 : OptionalValue::GetInstance());
-    list->push_back(record);
-  }
-  auto document = StructValue::GetInstance("catalogue");
-  document->SetField("records", list);
-  return document;
-}
-
-nlohmann::json MakeJson(int records) {
-  nlohmann::json list = nlohmann::json::array();
-  for (int i = 0; i < records; ++i) {
-    nlohmann::json record = {{"id", i},
-                             {"name", "record number " + std::to_string(i)},
-                             {"tags", {"red", "green", "blue"}},
-                             {"price", i * 0.25},
-                             {"active", i % 3 == 0},
-                             {"owner", {{"first", "Ada"}, {"last", "Lovelace"}}}};
-    if (i % 2 == 0) record["note"] = "handle with care";
-    list.push_back(std::move(record));
-  }
-  return {{"records", std::move(list)}};
-}
 
 const char* const kSchema = R"({
   "type": "object",
@@ -217,7 +159,7 @@ double TimedLoop(benchmark::State& state, Body body) {
 
 void BM_HandWalk(benchmark::State& state) {
   const int records = static_cast<int>(state.range(0));
-  const DataValue::PtrConstType document = MakeValue(records);
+  const DataValue::PtrConstType document = sample::MakeValue(records);
   if (!HandWalk(document)) state.SkipWithError("the hand-written walk refuses the document");
   PeerTimes()[{"handwalk", records}] =
       TimedLoop(state, [&] { benchmark::DoNotOptimize(HandWalk(document)); });
@@ -225,7 +167,7 @@ void BM_HandWalk(benchmark::State& state) {
 
 void BM_Valijson(benchmark::State& state) {
   const int records = static_cast<int>(state.range(0));
-  const nlohmann::json document = MakeJson(records);
+  const nlohmann::json document = sample::MakeJson(records);
   const nlohmann::json schemaDocument = nlohmann::json::parse(kSchema);
   valijson::Schema schema;
   valijson::SchemaParser parser;
@@ -241,8 +183,8 @@ void BM_Valijson(benchmark::State& state) {
 template <class Match, class Mode>
 void BM_Olma(benchmark::State& state) {
   const int records = static_cast<int>(state.range(0));
-  const DataDefinition::PtrConstType definition = MakeDefinition();
-  const DataValue::PtrConstType document = MakeValue(records);
+  const DataDefinition::PtrConstType definition = sample::MakeDefinition();
+  const DataValue::PtrConstType document = sample::MakeValue(records);
   Olma::MessageList errors;
   if (!DataValidator::Validate<Match, Mode>(definition, document, errors)) {
     state.SkipWithError("the validator refuses the document");
