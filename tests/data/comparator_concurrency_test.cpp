@@ -25,7 +25,6 @@ Ptr Document(const Ptr& tags, double last_price) {
     StructValue::PtrType owner = StructValue::GetInstance("owner"),
                          record = StructValue::GetInstance("record");
     owner->SetField("first", StringValue::GetInstance("Ada"));
-    record->SetField("id", IntegerValue::GetInstance(i));
     record->SetField("price", DoubleValue::GetInstance(i == 49 ? last_price : 2.5));
     record->SetField("tags", tags);
     record->SetField("owner", owner);

@@ -27,54 +27,30 @@ using ::testing::Property;
 using DefPtr = DataDefinition::PtrConstType;
 using ValPtr = DataValue::PtrConstType;
 using MessageMatcher = ::testing::Matcher<const BaseMessage&>;
+using Fields = std::initializer_list<std::pair<std::string, ValPtr>>;
 
-DefPtr IntDef() {
-  return IntegerDefinition::GetInstance();
-}
-DefPtr StrDef() {
-  return StringDefinition::GetInstance();
-}
-DefPtr OptDef(DefPtr element) {
-  return OptionalDefinition::GetInstance(std::move(element));
-}
-DefPtr ListDef(DefPtr element) {
-  return ListDefinition::GetInstance(std::move(element));
-}
-DefPtr StructDef(const std::string& name, DataDefinition::FieldMap fields) {
+const auto IntDef = []() -> DefPtr { return IntegerDefinition::GetInstance(); };
+const auto StrDef = []() -> DefPtr { return StringDefinition::GetInstance(); };
+const auto OptDef = [](DefPtr element) -> DefPtr { return OptionalDefinition::GetInstance(element); };
+const auto ListDef = [](DefPtr element) -> DefPtr { return ListDefinition::GetInstance(element); };
+const auto StructDef = [](const std::string& name, DataDefinition::FieldMap fields) -> DefPtr {
   return StructDefinition::GetInstance(name, std::move(fields));
-}
-ValPtr Int(long long value) {
-  return IntegerValue::GetInstance(value);
-}
-ValPtr Str(const std::string& value) {
-  return StringValue::GetInstance(value);
-}
-ValPtr Opt(ValPtr content) {
-  return OptionalValue::GetInstance(std::move(content));
-}
-ValPtr Unset() {
-  return OptionalValue::GetInstance();
-}
+};
+const auto Int = [](long long value) -> ValPtr { return IntegerValue::GetInstance(value); };
+const auto Str = [](const std::string& value) -> ValPtr { return StringValue::GetInstance(value); };
+const auto Opt = [](ValPtr content) -> ValPtr { return OptionalValue::GetInstance(std::move(content)); };
+const auto Unset = []() -> ValPtr { return OptionalValue::GetInstance(); };
 
-ValPtr Struct(const std::string& name, std::initializer_list<std::pair<std::string, ValPtr>> fields) {
-  auto value = StructValue::GetInstance(name);
+template <class Compound = StructValue>
+ValPtr Struct(const std::string& name, Fields fields) {
+  auto value = Compound::GetInstance(name);
   for (const auto& field : fields) value->SetField(field.first, field.second);
   return value;
 }
-ValPtr Error(const std::string& name, std::initializer_list<std::pair<std::string, ValPtr>> fields) {
-  auto value = ErrorValue::GetInstance(name);
-  for (const auto& field : fields) value->SetField(field.first, field.second);
-  return value;
-}
-ValPtr List(std::initializer_list<ValPtr> elements) {
-  auto list = ListValue::GetInstance();
-  for (const auto& element : elements) list->push_back(element);
-  return list;
-}
-template <class PackedList, class T>
-ValPtr Packed(std::initializer_list<T> elements) {
-  auto list = PackedList::GetInstance();
-  for (const auto& element : elements) list->push_back(element);
+template <class Packed = ListValue, class T = ValPtr>
+ValPtr List(std::initializer_list<T> elements) {
+  auto list = Packed::GetInstance();
+  list->assign(elements.begin(), elements.end());
   return list;
 }
 
@@ -86,59 +62,71 @@ MessageMatcher Msg(const std::string& id, const std::string& text, const std::ve
 MessageMatcher Mismatch(const std::string& definition, const std::string& value) {
   return Msg("olma.data.type.mismatch", "Type mismatch: " + definition + " != " + value, {definition, value});
 }
-MessageMatcher Missing(const std::string& field, const std::string& definition, const std::string& value) {
-  return Msg("olma.data.compound.field.missing",
-             "Missing field in compound: [" + field + "] " + definition + ": " + value,
+MessageMatcher Field(const std::string& which, const std::string& field, const std::string& definition,
+                     const std::string& value) {
+  return Msg("olma.data.compound.field." + which,
+             (which == "missing" ? "Missing" : "Extra") + (" field in compound: [" + field + "] ") +
+                 definition + ": " + value,
              {field, definition, value});
 }
-MessageMatcher Extra(const std::string& field, const std::string& definition, const std::string& value) {
-  return Msg("olma.data.compound.field.extra",
-             "Extra field in compound: [" + field + "] " + definition + ": " + value,
-             {field, definition, value});
+// The union-case messages about the case field "payload" of structure "u" with the tag
+// field "kind": set to `tag`, which forbids it, or to "A", which requires it.
+MessageMatcher IsSet(const std::string& tag) {
+  return Msg("olma.data.union.invalid.case.state.isset",
+             "In the structure 'u', the field 'kind' is set to '" + tag +
+                 "'. Therefore, the field 'payload' must not be set, but it is.",
+             {"u", "kind", tag, "payload"});
 }
-MessageMatcher Unknown(const std::string& text) {
-  return Msg("olma.data.value.unknown", "Unknown value: " + text, {text});
+// For a structure named `name`.
+MessageMatcher IsNotSet(const std::string& name) {
+  return Msg(
+      "olma.data.union.invalid.case.state.isnotset",
+      "In the structure '" + name +
+          "', the field 'kind' is set to 'A'. Therefore, the field 'payload' must be set, but it is not.",
+      {name, "kind", "A", "payload"});
 }
-MessageMatcher NotAString() {
-  return Msg("olma.data.bad.cast2", "Bad cast: Long -> String", {"Long", "String"});
+template <class... M>
+std::vector<MessageMatcher> Msgs(M... matchers) {
+  return {matchers...};
 }
+const MessageMatcher kNotAString = Msg("olma.data.bad.cast2", "Bad cast: Long -> String", {"Long", "String"});
 
-// The union rule of a case field "payload" governed by the tag field "kind": the tag "A"
-// requires the case, "B" forbids it, anything else leaves it open.
-boost::logic::tribool PayloadCase(const std::string& tag) {
-  if (tag == "A") return true;
-  if (tag == "B") return false;
-  return boost::logic::indeterminate;
-}
+// A union case "payload" governed by the tag field "kind": "A" requires it, "B" forbids
+// it, anything else leaves it open.
 DefPtr PayloadDef() {
-  return UnionCaseDefinition::GetInstance(IntDef(), "kind", &PayloadCase);
+  using boost::logic::tribool;
+  return UnionCaseDefinition::GetInstance(IntDef(), "kind", [](const std::string& tag) {
+    return tag == "A" ? tribool(true) : tag == "B" ? tribool(false) : tribool(boost::logic::indeterminate);
+  });
 }
-
-// A structure "node" with an integer "v" and an optional reference to itself, "next".
-StructDefinition::PtrConstType NodeDef() {
-  auto node = StructDefinition::GetInstance("node", {{"v", IntDef()}});
-  node->SetField("next", OptDef(StructRefDefinition::GetInstance(node)));
-  return node;
+// A structure "u" with the tag field "kind" and the case field "payload"; a null field is
+// left out.
+DefPtr UnionDef(DefPtr tag) {
+  return StructDef("u", {{"kind", std::move(tag)}, {"payload", PayloadDef()}});
+}
+ValPtr UnionValue(ValPtr tag, ValPtr payload) {
+  auto value = StructValue::GetInstance("u");
+  if (tag) value->SetField("kind", tag);
+  if (payload) value->SetField("payload", payload);
+  return value;
 }
 
 // ---------------------------------------------------------------------------------------
 // Behaviour shared by all four combinations of match and validator mode.
 
-template <class M, class V>
-struct Modes {
-  using Match = M;
-  using Mode = V;
-  static constexpr bool kStrictMatch = std::is_same_v<M, StrictMatch>;
-  static constexpr bool kPermissive = std::is_same_v<V, ValidatorModePermissive>;
-};
 using AllModes =
-    ::testing::Types<Modes<LooseMatch, ValidatorModeStrict>, Modes<StrictMatch, ValidatorModeStrict>,
-                     Modes<LooseMatch, ValidatorModePermissive>, Modes<StrictMatch, ValidatorModePermissive>>;
+    ::testing::Types<std::pair<LooseMatch, ValidatorModeStrict>, std::pair<StrictMatch, ValidatorModeStrict>,
+                     std::pair<LooseMatch, ValidatorModePermissive>,
+                     std::pair<StrictMatch, ValidatorModePermissive>>;
+template <class T>
+constexpr bool kStrictMatch = std::is_same_v<typename T::first_type, StrictMatch>;
+template <class T>
+constexpr bool kPermissive = std::is_same_v<typename T::second_type, ValidatorModePermissive>;
 struct ModeNames {
   template <class T>
   static std::string GetName(int) {
-    return std::string(T::kStrictMatch ? "StrictMatch" : "LooseMatch") +
-           (T::kPermissive ? "Permissive" : "Strict");
+    return std::string(kStrictMatch<T> ? "StrictMatch" : "LooseMatch") +
+           (kPermissive<T> ? "Permissive" : "Strict");
   }
 };
 
@@ -146,7 +134,14 @@ template <class T>
 class ValidatorTest : public ::testing::Test {
  protected:
   static bool Validate(const DefPtr& definition, const ValPtr& value, MessageList& errors) {
-    return DataValidator::Validate<typename T::Match, typename T::Mode>(definition, value, errors);
+    return DataValidator::Validate<typename T::first_type, typename T::second_type>(definition, value,
+                                                                                    errors);
+  }
+  static void ExpectMessages(const DefPtr& definition, const ValPtr& value,
+                             const std::vector<MessageMatcher>& expected) {
+    MessageList errors;
+    EXPECT_EQ(Validate(definition, value, errors), expected.empty());
+    EXPECT_THAT(errors, ElementsAreArray(expected));
   }
 };
 TYPED_TEST_SUITE(ValidatorTest, AllModes, ModeNames);
@@ -167,18 +162,16 @@ TYPED_TEST(ValidatorTest, NullsAndMessagesFromBefore) {
 
 TYPED_TEST(ValidatorTest, RulesSharedByAllModes) {
   const DefPtr rst = StructDef("s", {{"a", IntDef()}, {"b", IntDef()}, {"c", IntDef()}});
-  const std::string rstText = "{sd{ s : { a : INTEGER, b : INTEGER, c : INTEGER, } }} ";
   const DefPtr colour = IsOneOfDefinition::GetInstance(
       [](const std::string& text) { return text == "red" || text == "green"; });
   const DefPtr known = DynamicStructureDefinition::GetInstance(
       {{"id", IntDef()}, {"inner", StructDef("i", {{"a", IntDef()}})}});
-  const DefPtr codeError = ErrorDefinition::GetInstance("e", {{"code", IntDef()}});
-  const auto node = NodeDef();
-  DefPtr dangling;
-  {
-    auto gone = StructDefinition::GetInstance("node", {});
-    dangling = StructRefDefinition::GetInstance(gone);
-  }
+  const DefPtr dangling = StructRefDefinition::GetInstance(StructDefinition::GetInstance("node", {}));
+  const DefPtr tagged = UnionDef(OptDef(StrDef())), plainTag = UnionDef(StrDef());
+  const MessageMatcher notag = Msg("olma.data.union.invalid.case.state.notag",
+                                   "In the structure 'u', the field 'kind' is not set. Therefore, the field "
+                                   "'payload' also must not be set, but it is.",
+                                   {"u", "kind", "payload"});
   struct Row {
     const char* label;
     DefPtr definition;
@@ -186,352 +179,199 @@ TYPED_TEST(ValidatorTest, RulesSharedByAllModes) {
     std::vector<MessageMatcher> expected;
   };
   const std::vector<Row> rows = {
-      {"void", VoidDefinition::GetInstance(), VoidValue::GetInstance(), {}},
-      {"double", DoubleDefinition::GetInstance(), DoubleValue::GetInstance(1.5), {}},
-      {"boolean", BooleanDefinition::GetInstance(), BooleanValue::GetInstance(true), {}},
-      {"blob", BlobDefinition::GetInstance(), BlobValue::GetInstance(ByteVector{1}), {}},
-      {"secret", SecretDefinition::GetInstance(), SecretValue::GetInstance(SecretString("pw")), {}},
-      {"no widening", DoubleDefinition::GetInstance(), Int(1), {Mismatch("DOUBLE", "1")}},
-      {"boolean is no integer", IntDef(), BooleanValue::GetInstance(true), {Mismatch("INTEGER", "1")}},
-      {"secret is no string",
-       StrDef(),
-       SecretValue::GetInstance(SecretString("pw")),
-       {Mismatch("STRING", "<secret>")}},
-      {"void is no string", StrDef(), VoidValue::GetInstance(), {Mismatch("STRING", "NULL")}},
-      {"opaque takes a structure", OpaqueDefinition::GetInstance(), Struct("s", {{"a", Int(1)}}), {}},
-      {"opaque takes an empty pointer", ListDef(OpaqueDefinition::GetInstance()), List({nullptr}), {}},
-      {"empty pointer", ListDef(IntDef()), List({Int(1), nullptr}), {Mismatch("INTEGER", "<unset>")}},
-      {"unset optional", OptDef(IntDef()), Unset(), {}},
-      {"optional content", OptDef(IntDef()), Opt(Str("x")), {Mismatch("INTEGER", "x")}},
-      {"list elements in order",
-       ListDef(IntDef()),
-       List({Str("x"), Int(1), Str("y")}),
-       {Mismatch("INTEGER", "x"), Mismatch("INTEGER", "y")}},
-      {"structure by another name", rst, Struct("t", {{"a", Int(1)}, {"b", Int(2)}, {"c", Int(3)}}), {}},
-      {"structure for an integer", IntDef(), Struct("t", {}), {Mismatch("INTEGER", "{{ t : { } }} ")}},
-      {"missing fields: the last one is named",
-       rst,
-       Struct("s", {{"b", Int(1)}}),
-       {Missing("c", rstText, "{{ s : { b : 1, } }} ")}},
-      {"sibling scalars: later name first",
-       rst,
+      {"no widening", DoubleDefinition::GetInstance(), Int(1), Msgs(Mismatch("DOUBLE", "1"))},
+      {"secret is no string, nor shown", StrDef(), SecretValue::GetInstance(SecretString("pw")),
+       Msgs(Mismatch("STRING", "<secret>"))},
+      {"opaque takes a structure", OpaqueDefinition::GetInstance(), Struct("s", {{"a", Int(1)}}), Msgs()},
+      {"opaque takes an empty pointer", ListDef(OpaqueDefinition::GetInstance()), List({ValPtr()}), Msgs()},
+      {"empty pointer", ListDef(IntDef()), List({Int(1), ValPtr()}), Msgs(Mismatch("INTEGER", "<unset>"))},
+      {"unset optional", OptDef(IntDef()), Unset(), Msgs()},
+      {"optional content", OptDef(IntDef()), Opt(Str("x")), Msgs(Mismatch("INTEGER", "x"))},
+      {"list elements in order", ListDef(IntDef()), List({Str("x"), Int(1), Str("y")}),
+       Msgs(Mismatch("INTEGER", "x"), Mismatch("INTEGER", "y"))},
+      {"structure by another name", rst, Struct("t", {{"a", Int(1)}, {"b", Int(2)}, {"c", Int(3)}}), Msgs()},
+      {"missing fields: the last one is named", rst, Struct("s", {{"b", Int(1)}}),
+       Msgs(Field("missing", "c", "{sd{ s : { a : INTEGER, b : INTEGER, c : INTEGER, } }} ",
+                  "{{ s : { b : 1, } }} "))},
+      {"sibling scalars: later name first", rst,
        Struct("s", {{"a", Str("x")}, {"b", Int(1)}, {"c", Str("y")}}),
-       {Mismatch("INTEGER", "y"), Mismatch("INTEGER", "x")}},
+       Msgs(Mismatch("INTEGER", "y"), Mismatch("INTEGER", "x"))},
       {"a nested error abandons queued work",
        StructDef("r", {{"a", StructDef("in", {{"x", IntDef()}})}, {"b", ListDef(IntDef())}}),
        Struct("r", {{"a", Struct("in", {{"x", Str("bad")}})}, {"b", List({Str("bad2")})}}),
-       {Mismatch("INTEGER", "bad")}},
-      {"work queued after an error still runs",
-       StructDef("r", {{"a", ListDef(IntDef())}, {"b", IntDef()}}),
+       Msgs(Mismatch("INTEGER", "bad"))},
+      {"work queued after an error still runs", StructDef("r", {{"a", ListDef(IntDef())}, {"b", IntDef()}}),
        Struct("r", {{"a", List({Str("x")})}, {"b", Str("y")}}),
-       {Mismatch("INTEGER", "y"), Mismatch("INTEGER", "x")}},
-      {"error", codeError, Error("e", {{"code", Int(4)}}), {}},
-      {"error field", codeError, Error("e", {{"code", Str("x")}}), {Mismatch("INTEGER", "x")}},
-      {"enumeration", colour, Str("red"), {}},
-      {"enumeration refuses",
-       ListDef(colour),
-       List({Str("blue"), Str("red"), Str("pink")}),
-       {Unknown("blue"), Unknown("pink")}},
-      {"enumeration of no string", colour, Int(5), {NotAString()}},
-      {"dynamic structure", DynamicStructureDefinition::GetInstance(), Struct("d", {{"x", Int(1)}}), {}},
-      {"dynamic structure for an integer",
-       DynamicStructureDefinition::GetInstance(),
-       Int(5),
-       {Mismatch("DynamicStructureDefinition", "5")}},
-      {"dynamic fields are matched loosely, also below",
-       known,
+       Msgs(Mismatch("INTEGER", "y"), Mismatch("INTEGER", "x"))},
+      {"error field", ErrorDefinition::GetInstance("e", {{"code", IntDef()}}),
+       Struct<ErrorValue>("e", {{"code", Str("x")}}), Msgs(Mismatch("INTEGER", "x"))},
+      {"enumeration refuses", ListDef(colour), List({Str("blue"), Str("red"), Str("pink")}),
+       Msgs(Msg("olma.data.value.unknown", "Unknown value: blue", {"blue"}),
+            Msg("olma.data.value.unknown", "Unknown value: pink", {"pink"}))},
+      {"enumeration of no string", colour, Int(5), Msgs(kNotAString)},
+      {"dynamic structure for an integer", DynamicStructureDefinition::GetInstance(), Int(5),
+       Msgs(Mismatch("DynamicStructureDefinition", "5"))},
+      {"dynamic fields are matched loosely, also below", known,
        Struct("d",
               {{"id", Int(1)}, {"inner", Struct("i", {{"a", Int(1)}, {"b", Int(2)}})}, {"more", Int(2)}}),
-       {}},
-      {"dynamic field missing",
-       known,
-       Struct("d", {}),
-       {Missing("inner", "DynamicStructureDefinition", "{{ d : { } }} ")}},
-      {"dynamic error", DynamicErrorDefinition::GetInstance(), Error("e", {{"code", Int(4)}}), {}},
-      {"dynamic error field",
-       DynamicErrorDefinition::GetInstance({{"code", StrDef()}}),
-       Error("e", {{"code", Int(4)}}),
-       {Mismatch("STRING", "4")}},
-      {"dynamic error for an integer",
-       DynamicErrorDefinition::GetInstance(),
-       Int(1),
-       {Mismatch("DynamicErrorDefinition", "1")}},
-      {"recursive structure",
-       node,
-       Struct("node", {{"v", Int(1)}, {"next", Opt(Struct("node", {{"v", Int(2)}, {"next", Unset()}}))}}),
-       {}},
-      {"recursive structure, deep error",
-       node,
-       Struct("node", {{"v", Int(1)}, {"next", Opt(Struct("node", {{"v", Str("x")}}))}}),
-       {Mismatch("INTEGER", "x")}},
-      {"reference by name only",
-       StructRefDefinition::GetInstance("node"),
-       Struct("node", {}),
-       {Mismatch("StructRefDefinition", "{{ node : { } }} ")}},
-      {"reference to a structure gone",
-       dangling,
-       Struct("node", {}),
-       {Mismatch("StructRefDefinition", "{{ node : { } }} ")}},
-      {"union case outside a structure", PayloadDef(), Opt(Str("x")), {Mismatch("INTEGER", "x")}},
+       Msgs()},
+      {"dynamic field missing", known, Struct("d", {}),
+       Msgs(Field("missing", "inner", "DynamicStructureDefinition", "{{ d : { } }} "))},
+      {"dynamic error field", DynamicErrorDefinition::GetInstance({{"code", StrDef()}}),
+       Struct<ErrorValue>("e", {{"code", Int(4)}}), Msgs(Mismatch("STRING", "4"))},
+      {"dynamic error for an integer", DynamicErrorDefinition::GetInstance(), Int(1),
+       Msgs(Mismatch("DynamicErrorDefinition", "1"))},
+      {"reference to a structure gone", dangling, Struct("node", {}),
+       Msgs(Mismatch("StructRefDefinition", "{{ node : { } }} "))},
+      {"union case outside a structure", PayloadDef(), Opt(Str("x")), Msgs(Mismatch("INTEGER", "x"))},
+      // The case field "payload" against its tag "kind": "A" requires it, "B" forbids it.
+      {"tag unset, case unset", tagged, UnionValue(Unset(), Unset()), Msgs()},
+      {"tag unset, case set", tagged, UnionValue(Unset(), Opt(Int(1))), Msgs(notag)},
+      {"required and set", tagged, UnionValue(Opt(Str("A")), Opt(Int(1))), Msgs()},
+      {"required but unset", tagged, UnionValue(Opt(Str("A")), Unset()), Msgs(IsNotSet("u"))},
+      {"forbidden but set", tagged, UnionValue(Opt(Str("B")), Opt(Int(1))), Msgs(IsSet("B"))},
+      {"open, set", tagged, UnionValue(Opt(Str("C")), Opt(Int(1))), Msgs()},
+      {"tag that is no optional", plainTag, UnionValue(Str("B"), Opt(Int(1))), Msgs(IsSet("B"))},
+      {"an absent case is not checked", plainTag, UnionValue(Str("A"), nullptr), Msgs()},
+      {"tag that is no string", UnionDef(OptDef(IntDef())), UnionValue(Opt(Int(5)), Unset()),
+       Msgs(kNotAString)},
+      {"case content checked", tagged, UnionValue(Opt(Str("A")), Opt(Str("x"))),
+       Msgs(Mismatch("INTEGER", "x"))},
+      {"union case under a dynamic structure",
+       DynamicStructureDefinition::GetInstance({{"kind", StrDef()}, {"payload", PayloadDef()}}),
+       UnionValue(Str("A"), Unset()), Msgs(IsNotSet("_dynS"))},
+      {"no tag field", tagged, UnionValue(nullptr, Opt(Int(1))),
+       Msgs(Field("missing", "kind", "OPTIONAL", "Optional< 1>"))},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.label);
-    MessageList errors;
-    EXPECT_EQ(this->Validate(row.definition, row.value, errors), row.expected.empty());
-    EXPECT_THAT(errors, ElementsAreArray(row.expected));
+    this->ExpectMessages(row.definition, row.value, row.expected);
   }
 }
 
 TYPED_TEST(ValidatorTest, FieldsOnlyInTheValue) {
   const DefPtr definition = StructDef("s", {{"a", IntDef()}, {"c", IntDef()}});
   const std::string text = "{sd{ s : { a : INTEGER, c : INTEGER, } }} ";
-  const bool strict = TypeParam::kStrictMatch;
-  MessageList errors;
+  const bool strict = kStrictMatch<TypeParam>;
   // More fields than the definition: "c" is missing, and StrictMatch names the first extra.
   ValPtr value = Struct("s", {{"a", Int(1)}, {"b", Int(2)}, {"zz", Int(3)}});
-  EXPECT_FALSE(this->Validate(definition, value, errors));
-  if (strict) {
-    EXPECT_THAT(errors,
-                ElementsAre(Missing("c", text, value->ToString()), Extra("b", text, value->ToString())));
-  } else {
-    EXPECT_THAT(errors, ElementsAre(Missing("c", text, value->ToString())));
-  }
+  std::vector<MessageMatcher> expected{Field("missing", "c", text, value->ToString())};
+  if (strict) expected.push_back(Field("extra", "b", text, value->ToString()));
+  this->ExpectMessages(definition, value, expected);
   // No more fields than the definition: never an extra field.
-  errors.clear();
   value = Struct("s", {{"a", Int(1)}, {"zz", Int(3)}});
-  EXPECT_FALSE(this->Validate(definition, value, errors));
-  EXPECT_THAT(errors, ElementsAre(Missing("c", text, value->ToString())));
-  errors.clear();
-  EXPECT_TRUE(this->Validate(StructDef("s", {{"a", IntDef()}, {"c", OptDef(IntDef())}}), value, errors));
-  // All declared fields and one more.
-  value = Struct("s", {{"a", Int(1)}, {"c", Int(2)}, {"d", Int(3)}});
-  EXPECT_EQ(this->Validate(definition, value, errors), !strict);
+  this->ExpectMessages(definition, value, {Field("missing", "c", text, value->ToString())});
+  this->ExpectMessages(StructDef("s", {{"a", IntDef()}, {"c", OptDef(IntDef())}}), value, {});
   // An error definition without a field map has no fields.
-  const ValPtr error = Error("e", {{"code", Int(4)}});
-  EXPECT_EQ(this->Validate(ErrorDefinition::GetInstance("e"), error, errors), !strict);
-  if (strict) {
-    EXPECT_THAT(errors, ElementsAre(Extra("d", text, value->ToString()),
-                                    Extra("code", "{ed{ e : { } }} ", error->ToString())));
-  } else {
-    EXPECT_THAT(errors, IsEmpty());
-  }
+  value = Struct<ErrorValue>("e", {{"code", Int(4)}});
+  expected = {Field("extra", "code", "{ed{ e : { } }} ", value->ToString())};
+  this->ExpectMessages(ErrorDefinition::GetInstance("e"), value, strict ? expected : decltype(expected){});
 }
 
-TYPED_TEST(ValidatorTest, UnionCaseStates) {
-  const auto isset = [](const std::string& tag) {
-    return Msg("olma.data.union.invalid.case.state.isset",
-               "In the structure 'u', the field 'kind' is set to '" + tag +
-                   "'. Therefore, the field 'payload' must not be set, but it is.",
-               {"u", "kind", tag, "payload"});
-  };
-  const MessageMatcher isnotset =
-      Msg("olma.data.union.invalid.case.state.isnotset",
-          "In the structure 'u', the field 'kind' is set to 'A'. Therefore, the field "
-          "'payload' must be set, but it is not.",
-          {"u", "kind", "A", "payload"});
-  const MessageMatcher notag =
-      Msg("olma.data.union.invalid.case.state.notag",
-          "In the structure 'u', the field 'kind' is not set. Therefore, the field 'payload' "
-          "also must not be set, but it is.",
-          {"u", "kind", "payload"});
-  struct Row {
-    const char* label;
-    DefPtr tagDefinition;
-    ValPtr tag;      // null: no tag field
-    ValPtr payload;  // null: no case field
-    std::vector<MessageMatcher> expected;
-  };
-  const std::vector<Row> rows = {
-      {"tag unset, case unset", OptDef(StrDef()), Unset(), Unset(), {}},
-      {"tag unset, case set", OptDef(StrDef()), Unset(), Opt(Int(1)), {notag}},
-      {"required and set", OptDef(StrDef()), Opt(Str("A")), Opt(Int(1)), {}},
-      {"required but unset", OptDef(StrDef()), Opt(Str("A")), Unset(), {isnotset}},
-      {"forbidden but set", OptDef(StrDef()), Opt(Str("B")), Opt(Int(1)), {isset("B")}},
-      {"forbidden and unset", OptDef(StrDef()), Opt(Str("B")), Unset(), {}},
-      {"open, set", OptDef(StrDef()), Opt(Str("C")), Opt(Int(1)), {}},
-      {"open, unset", OptDef(StrDef()), Opt(Str("C")), Unset(), {}},
-      {"tag that is no optional", StrDef(), Str("B"), Opt(Int(1)), {isset("B")}},
-      {"an absent case is not checked", StrDef(), Str("A"), nullptr, {}},
-      {"tag that is no string", OptDef(IntDef()), Opt(Int(5)), Unset(), {NotAString()}},
-      {"content checked", OptDef(StrDef()), Opt(Str("A")), Opt(Str("x")), {Mismatch("INTEGER", "x")}},
-      {"no tag field", OptDef(StrDef()), nullptr, Opt(Int(1)), {Missing("kind", "OPTIONAL", "Optional< 1>")}},
-  };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.label);
-    auto value = StructValue::GetInstance("u");
-    if (row.tag) value->SetField("kind", row.tag);
-    if (row.payload) value->SetField("payload", row.payload);
-    MessageList errors;
-    EXPECT_EQ(this->Validate(StructDef("u", {{"kind", row.tagDefinition}, {"payload", PayloadDef()}}), value,
-                             errors),
-              row.expected.empty());
-    EXPECT_THAT(errors, ElementsAreArray(row.expected));
-  }
+TYPED_TEST(ValidatorTest, DefinitionValidateRunsLooseMatchPermissively) {
+  using Match = typename TypeParam::first_type;
+  using Mode = typename TypeParam::second_type;
+  MessageList errors;
+  EXPECT_EQ((DataDefinition::Validate<Match, Mode>(SecretDefinition::GetInstance(), Str("pw"), errors)),
+            !kStrictMatch<TypeParam> || kPermissive<TypeParam>);
+  EXPECT_EQ((DataDefinition::Validate<Match, Mode>(StructDef("s", {{"a", IntDef()}}),
+                                                   Struct("s", {{"a", Int(1)}, {"b", Int(2)}}), errors)),
+            !kStrictMatch<TypeParam>);
 }
 
 // ---------------------------------------------------------------------------------------
 // The permissive rules.
 
-struct KindRow {
-  DataType::EnumType definition;
-  std::vector<DataType::EnumType> accepted;  // besides the definition's own kind
-};
-
-class PermissiveKinds : public ::testing::TestWithParam<KindRow> {};
-
-TEST_P(PermissiveKinds, AcceptExactlyTheListedValueKinds) {
-  const KindRow& row = GetParam();
-  for (int kind = DataType::VOID; kind <= DataType::UNKNOWN; ++kind) {
-    const DataType value(static_cast<DataType::EnumType>(kind));
-    SCOPED_TRACE(kind);
-    const bool listed = value == row.definition ||
-                        std::find(row.accepted.begin(), row.accepted.end(), value) != row.accepted.end();
-    EXPECT_EQ(ValidatorModePermissive::CompareTypesInt(row.definition, value), listed);
-    EXPECT_EQ(ValidatorModeStrict::CompareTypesInt(row.definition, value), value == row.definition);
+TEST(Validator, PermissiveKindTable) {
+  using K = DataType;
+  // Besides its own kind and, for OPTIONAL, every kind but UNKNOWN.
+  const std::vector<std::pair<K::EnumType, std::vector<K::EnumType>>> alsoAccepted = {
+      {K::BLOB, {K::STRING}},
+      {K::SECRET, {K::STRING}},
+      {K::ERROR, {K::STRUCTURE}},
+      {K::LIST,
+       {K::LIST_BOOL, K::LIST_LONG, K::LIST_DOUBLE, K::LIST_BLOB, K::LIST_STRING, K::LIST_SECRET,
+        K::STRUCTURE}}};
+  for (int d = K::VOID; d <= K::UNKNOWN; ++d) {
+    for (int v = K::VOID; v <= K::UNKNOWN; ++v) {
+      SCOPED_TRACE(std::to_string(d) + " <- " + std::to_string(v));
+      bool expected = d == v || (d == K::OPTIONAL && v != K::UNKNOWN);
+      for (const auto& [declared, accepted] : alsoAccepted) {
+        if (d == declared) expected = expected || std::count(accepted.begin(), accepted.end(), v) != 0;
+      }
+      const DataType definition(static_cast<K::EnumType>(d)), value(static_cast<K::EnumType>(v));
+      EXPECT_EQ(ValidatorModePermissive::CompareTypesInt(definition, value), expected);
+      EXPECT_EQ(ValidatorModeStrict::CompareTypesInt(definition, value), d == v);
+    }
   }
 }
 
-std::vector<DataType::EnumType> AllKindsBelow(DataType::EnumType end) {
-  std::vector<DataType::EnumType> kinds;
-  for (int kind = DataType::VOID; kind < end; ++kind) kinds.push_back(static_cast<DataType::EnumType>(kind));
-  return kinds;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Validator, PermissiveKinds,
-    ::testing::Values(KindRow{DataType::VOID, {}}, KindRow{DataType::INTEGER, {}},
-                      KindRow{DataType::DOUBLE, {}}, KindRow{DataType::BOOLEAN, {}},
-                      KindRow{DataType::BLOB, {DataType::STRING}}, KindRow{DataType::STRING, {}},
-                      KindRow{DataType::ERROR, {DataType::STRUCTURE}},
-                      KindRow{DataType::OPTIONAL, AllKindsBelow(DataType::UNKNOWN)},
-                      KindRow{DataType::LIST,
-                              {DataType::LIST_BOOL, DataType::LIST_LONG, DataType::LIST_DOUBLE,
-                               DataType::LIST_BLOB, DataType::LIST_STRING, DataType::LIST_SECRET,
-                               DataType::STRUCTURE}},
-                      KindRow{DataType::STRUCTURE, {}}, KindRow{DataType::OPAQUE, {}},
-                      KindRow{DataType::SECRET, {DataType::STRING}}, KindRow{DataType::STRUCTURE_REF, {}},
-                      KindRow{DataType::DYNAMIC_STRUCTURE, {}}, KindRow{DataType::ANY_ERROR, {}},
-                      KindRow{DataType::INTERNALC, {}}),
-    [](const ::testing::TestParamInfo<KindRow>& param) {
-      return "Kind" + std::to_string(static_cast<int>(param.param.definition));
-    });
-
 TEST(Validator, PermissiveShapesAreRefusedByTheStrictMode) {
   const DefPtr codeError = ErrorDefinition::GetInstance("e", {{"code", IntDef()}});
+  const DefPtr secret = SecretDefinition::GetInstance(), blob = BlobDefinition::GetInstance();
+  const DefPtr bareCase = UnionDef(StrDef());
   struct Row {
     const char* label;
     DefPtr definition;
     ValPtr value;
-    std::string permissive;  // the one message's text in permissive mode; empty: valid
+    std::vector<MessageMatcher> permissive;
   };
   const Row rows[] = {
-      {"string for secret", SecretDefinition::GetInstance(), Str("pw"), ""},
-      {"string for blob", BlobDefinition::GetInstance(), Str("AAEC"), ""},
-      {"bare value for optional", OptDef(IntDef()), Int(5), ""},
-      {"bare value for nested optionals", OptDef(OptDef(IntDef())), Int(5), ""},
-      {"bare value of the wrong kind", OptDef(IntDef()), Str("x"), "Type mismatch: INTEGER != x"},
-      {"strings for secrets", ListDef(SecretDefinition::GetInstance()), Packed<ListValueString>({"a", "b"}),
-       ""},
-      {"strings for blobs", ListDef(BlobDefinition::GetInstance()), Packed<ListValueString>({"a"}), ""},
-      {"strings", ListDef(StrDef()), Packed<ListValueString>({"a"}), ""},
-      {"booleans", ListDef(BooleanDefinition::GetInstance()), Packed<ListValueBool>({true}), ""},
-      {"longs", ListDef(IntDef()), Packed<ListValueLong>({1LL, 2LL}), ""},
-      {"doubles", ListDef(DoubleDefinition::GetInstance()), Packed<ListValueDouble>({1.5}), ""},
-      {"blobs", ListDef(BlobDefinition::GetInstance()), Packed<ListValueBlob>({ByteVector{1}}), ""},
-      {"secrets", ListDef(SecretDefinition::GetInstance()), Packed<ListValueSecret>({SecretString("s")}), ""},
-      {"longs for strings", ListDef(StrDef()), Packed<ListValueLong>({1LL}),
-       "Type mismatch: LIST[STRING] != [ 1, ] "},
-      {"secrets for strings", ListDef(StrDef()), Packed<ListValueSecret>({SecretString("s")}),
-       "Type mismatch: LIST[STRING] != [ <secret>, ] "},
+      {"string for secret", secret, Str("pw"), Msgs()},
+      {"string for blob", blob, Str("AAEC"), Msgs()},
+      {"bare value for optional", OptDef(IntDef()), Int(5), Msgs()},
+      {"bare value of the wrong kind", OptDef(IntDef()), Str("x"), Msgs(Mismatch("INTEGER", "x"))},
+      // A bare case field counts as set; its content is checked first, alone.
+      {"bare case, required", bareCase, UnionValue(Str("A"), Int(1)), Msgs()},
+      {"bare case, open", bareCase, UnionValue(Str("C"), Int(1)), Msgs()},
+      {"bare case, forbidden", bareCase, UnionValue(Str("B"), Int(1)), Msgs(IsSet("B"))},
+      {"bare case, forbidden, bad content", bareCase, UnionValue(Str("B"), Str("x")),
+       Msgs(Mismatch("INTEGER", "x"))},
+      {"strings for secrets", ListDef(secret), List<ListValueString, std::string>({"a", "b"}), Msgs()},
+      {"strings for blobs", ListDef(blob), List<ListValueString, std::string>({"a"}), Msgs()},
+      {"strings", ListDef(StrDef()), List<ListValueString, std::string>({"a"}), Msgs()},
+      {"booleans", ListDef(BooleanDefinition::GetInstance()), List<ListValueBool>({true}), Msgs()},
+      {"longs", ListDef(IntDef()), List<ListValueLong>({1LL, 2LL}), Msgs()},
+      {"doubles", ListDef(DoubleDefinition::GetInstance()), List<ListValueDouble>({1.5}), Msgs()},
+      {"blobs", ListDef(blob), List<ListValueBlob>({ByteVector{1}}), Msgs()},
+      {"secrets", ListDef(secret), List<ListValueSecret>({SecretString("s")}), Msgs()},
+      {"longs for strings", ListDef(StrDef()), List<ListValueLong>({1LL}),
+       Msgs(Mismatch("LIST[STRING]", "[ 1, ] "))},
+      {"secrets for strings", ListDef(StrDef()), List<ListValueSecret>({SecretString("s")}),
+       Msgs(Mismatch("LIST[STRING]", "[ <secret>, ] "))},
       {"map for a list of structures", ListDef(StructDef("s", {{"a", IntDef()}})),
-       Struct("m", {{"k", Int(1)}}), ""},
+       Struct("m", {{"k", Int(1)}}), Msgs()},
       {"map for a list of integers", ListDef(IntDef()), Struct("m", {}),
-       "Type mismatch: LIST[INTEGER] != {{ m : { } }} "},
-      {"structure for an error", codeError, Struct("e", {{"code", Int(1)}}), ""},
+       Msgs(Mismatch("LIST[INTEGER]", "{{ m : { } }} "))},
+      {"structure for an error", codeError, Struct("e", {{"code", Int(1)}}), Msgs()},
       {"structure for an error, checked", codeError, Struct("e", {{"code", Str("x")}}),
-       "Type mismatch: INTEGER != x"},
-      {"structure for a dynamic error", DynamicErrorDefinition::GetInstance(), Struct("e", {}), ""},
+       Msgs(Mismatch("INTEGER", "x"))},
       {"structure for a dynamic error, checked", DynamicErrorDefinition::GetInstance({{"code", IntDef()}}),
-       Struct("e", {}), "Missing field in compound: [code] DynamicErrorDefinition: {{ e : { } }} "},
-      {"integer for an error", codeError, Int(1), "Type mismatch: {ed{ e : { code : INTEGER, } }}  != 1"},
+       Struct("e", {}), Msgs(Field("missing", "code", "DynamicErrorDefinition", "{{ e : { } }} "))},
   };
+  const MessageMatcher mismatch = Property(&BaseMessage::id, "olma.data.type.mismatch");
   for (const Row& row : rows) {
     SCOPED_TRACE(row.label);
-    MessageList permissive;
+    // A message from before must not hide this call's own, nor make it fail.
+    MessageList permissive{Message<CoreTag>("olma.data.invalid.type")}, strict;
+    std::vector<MessageMatcher> expected{::testing::_};
+    expected.insert(expected.end(), row.permissive.begin(), row.permissive.end());
     EXPECT_EQ((DataValidator::Validate<StrictMatch, ValidatorModePermissive>(row.definition, row.value,
                                                                              permissive)),
               row.permissive.empty());
-    if (!row.permissive.empty()) {
-      EXPECT_THAT(permissive, ElementsAre(Property(&BaseMessage::defaultMessage, row.permissive)));
-    }
-    MessageList strict;
+    EXPECT_THAT(permissive, ElementsAreArray(expected));
     EXPECT_FALSE(
         (DataValidator::Validate<StrictMatch, ValidatorModeStrict>(row.definition, row.value, strict)));
-    EXPECT_THAT(strict, ElementsAre(Mismatch(row.definition->ToString(), row.value->ToString())));
+    EXPECT_THAT(strict, ElementsAre(mismatch));
   }
-}
-
-TEST(Validator, PermissiveBareUnionCase) {
-  const DefPtr definition = StructDef("u", {{"kind", StrDef()}, {"payload", PayloadDef()}});
-  const auto check = [&](const std::string& tag, ValPtr payload, MessageList errors = {}) {
-    DataValidator::Validate<LooseMatch, ValidatorModePermissive>(
-        definition, Struct("u", {{"kind", Str(tag)}, {"payload", std::move(payload)}}), errors);
-    return errors;
-  };
-  EXPECT_THAT(check("A", Int(1)), IsEmpty());
-  EXPECT_THAT(check("C", Int(1)), IsEmpty());
-  // A bare value counts as a set case, also when the list held messages before.
-  const MessageMatcher isset = Property(&BaseMessage::id, "olma.data.union.invalid.case.state.isset");
-  EXPECT_THAT(check("B", Int(1)), ElementsAre(isset));
-  EXPECT_THAT(check("B", Int(1), {Message<CoreTag>("olma.data.invalid.type")}),
-              ElementsAre(::testing::_, isset));
-  // A content that fails its own check is reported alone.
-  EXPECT_THAT(check("B", Str("x")), ElementsAre(Mismatch("INTEGER", "x")));
-}
-
-TEST(Validator, UnionCaseUnderADynamicStructureNamesIt) {
-  const DefPtr definition =
-      DynamicStructureDefinition::GetInstance({{"kind", StrDef()}, {"payload", PayloadDef()}});
-  MessageList errors;
-  EXPECT_FALSE((DataValidator::Validate<LooseMatch, ValidatorModeStrict>(
-      definition, Struct("d", {{"kind", Str("A")}, {"payload", Unset()}}), errors)));
-  EXPECT_THAT(errors, ElementsAre(Msg(
-                          "olma.data.union.invalid.case.state.isnotset",
-                          "In the structure '_dynS', the field 'kind' is set to 'A'. Therefore, the field "
-                          "'payload' must be set, but it is not.",
-                          {"_dynS", "kind", "A", "payload"})));
-}
-
-TEST(Validator, DefinitionValidateRunsLooseMatchPermissively) {
-  const DefPtr secret = SecretDefinition::GetInstance();
-  const DefPtr single = StructDef("s", {{"a", IntDef()}});
-  const ValPtr text = Str("pw");
-  const ValPtr extra = Struct("s", {{"a", Int(1)}, {"b", Int(2)}});
-  MessageList errors;
-  EXPECT_TRUE((DataDefinition::Validate<LooseMatch, ValidatorModeStrict>(secret, text, errors)));
-  EXPECT_TRUE((DataDefinition::Validate<LooseMatch, ValidatorModePermissive>(secret, text, errors)));
-  EXPECT_TRUE((DataDefinition::Validate<StrictMatch, ValidatorModePermissive>(secret, text, errors)));
-  EXPECT_TRUE((DataDefinition::Validate<LooseMatch, ValidatorModeStrict>(single, extra, errors)));
-  EXPECT_THAT(errors, IsEmpty());
-  EXPECT_FALSE((DataDefinition::Validate<StrictMatch, ValidatorModeStrict>(secret, text, errors)));
-  EXPECT_FALSE((DataDefinition::Validate<StrictMatch, ValidatorModePermissive>(single, extra, errors)));
-  EXPECT_THAT(errors, ElementsAre(Mismatch("SECRET", "pw"),
-                                  Property(&BaseMessage::id, "olma.data.compound.field.extra")));
 }
 
 TEST(Validator, NarrowDataTypeIntFollowsTheKind) {
   const ValPtr list = List({Int(1)});
-  const auto narrowed = NarrowDataTypeInt<DataType::LIST, ListValue>(list);
-  EXPECT_EQ(narrowed.get(), list.get());
-  EXPECT_EQ(list.use_count(), 2);
+  EXPECT_EQ((NarrowDataTypeInt<DataType::LIST, ListValue>(list)).get(), list.get());
   EXPECT_EQ((NarrowDataTypeInt<DataType::OPTIONAL, OptionalValue>(list)), nullptr);
-  EXPECT_EQ((NarrowDataTypeInt<DataType::LIST, ListValue>(ValPtr())), nullptr);
-  EXPECT_NE((NarrowDataTypeInt<DataType::LIST_STRING, ListValueString>(Packed<ListValueString>({"a"}))),
-            nullptr);
-  EXPECT_NE((NarrowDataTypeInt<DataType::INTERNALC, CompoundValue>(Error("e", {}))), nullptr);
-  EXPECT_EQ((NarrowDataTypeInt<DataType::INTERNALC, CompoundValue>(Int(1))), nullptr);
-  EXPECT_NE((NarrowDataTypeInt<DataType::STRUCTURE, StructDefinition>(StructDef("s", {}))), nullptr);
-  EXPECT_EQ((NarrowDataTypeInt<DataType::ERROR, ErrorDefinition>(StructDef("s", {}))), nullptr);
+  // The compound base is reached from errors as well as structures.
+  EXPECT_NE((NarrowDataTypeInt<DataType::INTERNALC, CompoundValue>(Struct<ErrorValue>("e", {}))), nullptr);
 }
 
 // ---------------------------------------------------------------------------------------
@@ -539,16 +379,19 @@ TEST(Validator, NarrowDataTypeIntFollowsTheKind) {
 
 constexpr int kDepth = 1000000;
 
-TEST(Validator, MillionLevelsOfOptionalsAndLists) {
-  DefPtr optionalDef = IntDef();
-  DefPtr listDef = IntDef();
-  ValPtr optional = Str("x");
-  ValPtr list = Int(1);
-  for (int i = 0; i < kDepth; ++i) {
+TEST(Validator, MillionLevelsDeep) {
+  DefPtr optionalDef = IntDef(), listDef = IntDef();
+  ValPtr optional = Str("x"), list = Int(1);
+  // A structure "node" with an integer "v" and an optional reference to itself, "next".
+  const auto node = StructDefinition::GetInstance("node", {{"v", IntDef()}});
+  node->SetField("next", OptDef(StructRefDefinition::GetInstance(node)));
+  ValPtr chain = Struct("node", {{"v", Str("z")}});
+  for (int i = 0; i < 1000000; ++i) {
     optionalDef = OptDef(optionalDef);
     listDef = ListDef(listDef);
     optional = Opt(optional);
     list = List({list});
+    chain = Struct("node", {{"v", Int(i)}, {"next", Opt(chain)}});
   }
   MessageList errors;
   EXPECT_TRUE((DataValidator::Validate<LooseMatch, ValidatorModeStrict>(listDef, list, errors)));
@@ -557,16 +400,9 @@ TEST(Validator, MillionLevelsOfOptionalsAndLists) {
   EXPECT_TRUE((DataValidator::Validate<StrictMatch, ValidatorModePermissive>(optionalDef, Int(1), errors)));
   EXPECT_FALSE(
       (DataValidator::Validate<StrictMatch, ValidatorModePermissive>(optionalDef, Str("y"), errors)));
-  EXPECT_THAT(errors, ElementsAre(Mismatch("INTEGER", "x"), Mismatch("INTEGER", "y")));
-}
-
-TEST(Validator, MillionLevelsThroughARecursiveDefinition) {
-  const DefPtr definition = NodeDef();
-  ValPtr chain = Struct("node", {{"v", Str("x")}});
-  for (int i = 0; i < kDepth; ++i) chain = Struct("node", {{"v", Int(i)}, {"next", Opt(chain)}});
-  MessageList errors;
-  EXPECT_FALSE((DataValidator::Validate<StrictMatch, ValidatorModeStrict>(definition, chain, errors)));
-  EXPECT_THAT(errors, ElementsAre(Mismatch("INTEGER", "x")));
+  EXPECT_FALSE((DataValidator::Validate<StrictMatch, ValidatorModeStrict>(node, chain, errors)));
+  EXPECT_THAT(errors,
+              ElementsAre(Mismatch("INTEGER", "x"), Mismatch("INTEGER", "y"), Mismatch("INTEGER", "z")));
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <system_error>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -22,6 +24,7 @@ using Olma::ByteVector;
 using Olma::DateTime;
 using Olma::MessageList;
 using Olma::SecretString;
+using testing::ElementsAre;
 using Strict = DataValueHelper::Strict;
 using Loose = DataValueHelper::Loose;
 using Ptr = DataValue::PtrConstType;
@@ -44,26 +47,17 @@ Texts Flatten(const MessageList& messages) {
 // A value no conversion produces, to tell "left alone" from "overwritten".
 template <class T>
 T Sentinel() {
-  if constexpr (std::is_same_v<T, DateTime>) {
-    DateTime sentinel;
-    DateTime::Create("1999-09-09T09:09:09.999Z", sentinel);
-    return sentinel;
-  } else if constexpr (std::is_same_v<T, SecretString>) {
-    return SecretString("sentinel");
-  } else if constexpr (std::is_same_v<T, ByteVector>) {
-    return {0xde, 0xad};
-  } else if constexpr (std::is_same_v<T, std::string>) {
-    return "sentinel";
-  } else if constexpr (std::is_same_v<T, Void>) {
-    return {};
-  } else {
-    return T(-42);  // long long, double; bool: true
-  }
+  std::error_code ignored;
+  const auto sentinels =
+      std::make_tuple(Void{}, -42LL, -42.0, true, ByteVector{0xde, 0xad}, std::string("sentinel"),
+                      SecretString("sentinel"), DateTime::Create(999999999LL, ignored));
+  return std::get<T>(sentinels);
 }
 
+// The output and the messages (flattened) of one conversion; it succeeded when there are
+// no messages.
 template <class T>
 struct Outcome {
-  bool ok;
   T out;
   Texts messages;
 };
@@ -76,13 +70,12 @@ Outcome<T> Convert(const Ptr& value) {
                                                : DataValue::ToPrimitive<T>(value, out, messages);
   EXPECT_EQ(ok, messages.empty());
   EXPECT_LE(messages.size(), 1u);
-  return {ok, std::move(out), Flatten(messages)};
+  return {std::move(out), Flatten(messages)};
 }
 
 template <class Mode, class T>
 void ExpectBadCast(const Ptr& value, const std::string& source_name) {
   const auto outcome = Convert<Mode, T>(value);
-  EXPECT_FALSE(outcome.ok);
   EXPECT_EQ(outcome.messages, (Texts{"olma.data.bad.cast2", source_name, std::string(TypeInfo<T>::name())}));
   EXPECT_TRUE(outcome.out == Sentinel<T>()) << "a failed conversion leaves the output alone";
 }
@@ -96,11 +89,12 @@ using Natives =
     testing::Types<Void, long long, double, bool, ByteVector, std::string, SecretString, DateTime>;
 TYPED_TEST_SUITE(ValueToNative, Natives);
 
-TYPED_TEST(ValueToNative, OnlyTheMatchingScalarClassConvertsWithoutWidening) {
+TYPED_TEST(ValueToNative, OnlyTheMatchingScalarClassConverts) {
   using T = TypeParam;
   const std::string target(TypeInfo<T>::name());
-  // Every scalar class, with the name of its native type. The text is a canonical
-  // date-time, so that every successful conversion turns back into its source.
+  // Each source, and the name a failure gives it: scalars by their native type, composites
+  // by their kind. The text is a canonical date-time, so that every successful conversion
+  // turns back into its source.
   const std::pair<Ptr, std::string> sources[] = {
       {VoidValue::GetInstance(), "Void"},
       {IntegerValue::GetInstance(42), "Long"},
@@ -109,25 +103,6 @@ TYPED_TEST(ValueToNative, OnlyTheMatchingScalarClassConvertsWithoutWidening) {
       {BlobValue::GetInstance(ByteVector{1, 2}), "Blob"},
       {Str("2021-06-01T14:00:00.250Z"), "String"},
       {SecretValue::GetInstance(SecretString("pw")), "SecretString"},
-  };
-  for (const auto& [value, name] : sources) {
-    SCOPED_TRACE(name + " -> " + target);
-    if (name == target || (name == "String" && target == "DateTime")) {
-      for (const auto& outcome : {Convert<Strict, T>(value), Convert<Loose, T>(value)}) {
-        MessageList ignored;
-        EXPECT_TRUE(outcome.ok);
-        EXPECT_TRUE(DataValue::Compare<CompModeStrict>(DataValue::Create<T>(outcome.out), value, ignored));
-      }
-    } else {
-      ExpectBadCast<Strict, T>(value, name);
-      if (name != "String") ExpectBadCast<Loose, T>(value, name);  // loose text rules: tables below
-    }
-  }
-}
-
-TYPED_TEST(ValueToNative, CompositesAreNamedByKindAndNeverUnwrapped) {
-  const std::pair<Ptr, std::string> sources[] = {
-      {OptionalValue::GetInstance(IntegerValue::GetInstance(5)), "OPTIONAL"},
       {OptionalValue::GetInstance(Str("5")), "OPTIONAL"},
       {ListValue::GetInstance(), "LIST"},
       {ListValueString::GetInstance(), "_UNKNOWN"},
@@ -136,102 +111,70 @@ TYPED_TEST(ValueToNative, CompositesAreNamedByKindAndNeverUnwrapped) {
       {nullptr, "<unset>"},
   };
   for (const auto& [value, name] : sources) {
-    SCOPED_TRACE(name);
-    ExpectBadCast<Strict, TypeParam>(value, name);
-    ExpectBadCast<Loose, TypeParam>(value, name);
+    SCOPED_TRACE(name + " -> " + target);
+    if (name == target || (name == "String" && target == "DateTime")) {
+      for (const auto& outcome : {Convert<Strict, T>(value), Convert<Loose, T>(value)}) {
+        MessageList ignored;
+        EXPECT_EQ(outcome.messages, Texts{});
+        EXPECT_TRUE(DataValue::Compare<CompModeStrict>(DataValue::Create<T>(outcome.out), value, ignored));
+      }
+    } else {
+      ExpectBadCast<Strict, T>(value, name);
+      if (name != "String") ExpectBadCast<Loose, T>(value, name);  // loose text rules: below
+    }
   }
 }
 
 TEST(ValueToNative, MessagesReadAsExpected) {
   MessageList messages{Olma::BaseMessage("x", "x", {})};
   double number = 0;
-  long long integer = 0;
   Void nothing;
   EXPECT_FALSE(DataValue::ToPrimitive<double>(IntegerValue::GetInstance(1), number, messages));
-  EXPECT_FALSE(DataValue::Value<long long>(OptionalValue::GetInstance(IntegerValue::GetInstance(5)), integer,
-                                           messages));
   EXPECT_FALSE(DataValue::ToPrimitive<Void>(Str("x"), nothing, messages));
   Texts texts;
   for (const auto& message : messages) texts.push_back(message.defaultMessage());
-  EXPECT_EQ(texts, (Texts{"x", "Bad cast: Long -> Double", "Bad cast: OPTIONAL -> Long",
-                          "Bad cast: String -> Void : x"}));
-}
-
-TEST(ValueToNative, VisitorHoldsTheResultOfTheLastVisit) {
-  MessageList messages;
-  long long out = 0;
-  DataValueHelper::ValueToNativeVisitor<Strict, long long> visitor(out, messages);
-  EXPECT_FALSE(visitor.result());
-  IntegerValue::GetInstance(7)->AcceptVisitor(visitor);
-  EXPECT_TRUE(visitor.result() && out == 7);
-  Str("8")->AcceptVisitor(visitor);
-  EXPECT_FALSE(visitor.result());
+  EXPECT_EQ(texts, (Texts{"x", "Bad cast: Long -> Double", "Bad cast: String -> Void : x"}));
 }
 
 // ---------------------------------------------------------------------------------------
-// Loose text sources (strict mode reads none: see above). Expected result, or nullopt for
-// "Bad cast: String -> T".
+// Loose text sources (strict mode reads none: see above).
 
-template <class Mode, class T>
-void CheckTexts(const std::vector<std::pair<std::string, std::optional<T>>>& cases) {
-  for (const auto& [text, expected] : cases) {
-    SCOPED_TRACE("\"" + text + "\"");
-    if (!expected) {
-      ExpectBadCast<Mode, T>(Str(text), "String");
-      continue;
-    }
-    const auto outcome = Convert<Mode, T>(Str(text));
-    EXPECT_TRUE(outcome.ok);
-    if constexpr (std::is_same_v<T, double>) {
-      if (std::isnan(*expected)) {
-        EXPECT_TRUE(std::isnan(outcome.out));
-        continue;
-      }
-    }
-    EXPECT_TRUE(outcome.out == *expected);
-  }
+// The loose conversion of `text`, or nullopt after "Bad cast: String -> T".
+template <class T>
+std::optional<T> Parse(const std::string& text) {
+  SCOPED_TRACE("\"" + text + "\"");
+  const auto outcome = Convert<Loose, T>(Str(text));
+  if (outcome.messages.empty()) return outcome.out;
+  EXPECT_EQ(outcome.messages, (Texts{"olma.data.bad.cast2", "String", std::string(TypeInfo<T>::name())}));
+  EXPECT_TRUE(outcome.out == Sentinel<T>());
+  return std::nullopt;
 }
 
 TEST(ValueToNative, LooseReadsScalarsFromWholeTexts) {
   const double inf = std::numeric_limits<double>::infinity();
-  const auto none = std::nullopt;
-  CheckTexts<Loose, bool>({{"true", true},
-                           {"false", false},
-                           {"1", true},
-                           {"0", false},
-                           {"yes", none},
-                           {"TRUE", none},
-                           {"2", none},
-                           {" 1", none},
-                           {"", none}});
-  CheckTexts<Loose, long long>({{"42", 42},
-                                {"-7", -7},
-                                {"+5", 5},
-                                {"9223372036854775807", std::numeric_limits<long long>::max()},
-                                {"-9223372036854775808", std::numeric_limits<long long>::min()},
-                                {"9223372036854775808", none},
-                                {" 5", none},
-                                {"5 ", none},
-                                {"1.0", none},
-                                {"0x10", none},
-                                {"", none}});
-  CheckTexts<Loose, double>({{"1.5", 1.5},
-                             {"-2e3", -2000.0},
-                             {".5", 0.5},
-                             {"inf", inf},
-                             {"INFINITY", inf},
-                             {"-infinity", -inf},
-                             {"nan", std::nan("")},
-                             {"NAN", std::nan("")},
-                             {"abc", none},
-                             {" 1", none},
-                             {"1 ", none},
-                             {"1e309", none},
-                             {"1,5", none},
-                             {"", none}});
-  CheckTexts<Loose, SecretString>({{"pw", SecretString("pw")}, {"", SecretString()}});
-  CheckTexts<Loose, Void>({{"", Void{}}});
-  CheckTexts<Loose, ByteVector>({{"AQID", ByteVector{1, 2, 3}}, {"", ByteVector{}}});
+  const long long max = std::numeric_limits<long long>::max(), min = std::numeric_limits<long long>::min();
+  EXPECT_THAT((std::vector{Parse<bool>("true"), Parse<bool>("false"), Parse<bool>("1"), Parse<bool>("0")}),
+              ElementsAre(true, false, true, false));
+  EXPECT_THAT(
+      (std::vector{Parse<long long>("42"), Parse<long long>("-7"), Parse<long long>("+5"),
+                   Parse<long long>("9223372036854775807"), Parse<long long>("-9223372036854775808")}),
+      ElementsAre(42, -7, 5, max, min));
+  EXPECT_THAT((std::vector{Parse<double>("1.5"), Parse<double>("-2e3"), Parse<double>(".5"),
+                           Parse<double>("inf"), Parse<double>("INFINITY"), Parse<double>("-infinity")}),
+              ElementsAre(1.5, -2000.0, 0.5, inf, inf, -inf));
+  EXPECT_TRUE(std::isnan(Parse<double>("nan").value_or(0)));
+  EXPECT_TRUE(Parse<SecretString>("pw") == SecretString("pw") && Parse<SecretString>("") == SecretString());
+  EXPECT_TRUE(Parse<Void>("").has_value());
+  EXPECT_THAT((std::vector{Parse<ByteVector>("AQID"), Parse<ByteVector>("")}),
+              ElementsAre(ByteVector{1, 2, 3}, ByteVector{}));
+  for (const std::string text : {"yes", "TRUE", "2", " 1", ""})
+    EXPECT_EQ(Parse<bool>(text), std::nullopt) << text;
+  for (const std::string text : {"9223372036854775808", " 5", "5 ", "1.0", "0x10", ""}) {
+    EXPECT_EQ(Parse<long long>(text), std::nullopt) << text;
+  }
+  for (const std::string text : {"abc", " 1", "1 ", "1e309", "1,5", ""}) {
+    EXPECT_EQ(Parse<double>(text), std::nullopt) << text;
+  }
 }
 
 TEST(ValueToNative, LooseTextFailuresWithDetail) {
@@ -245,14 +188,14 @@ TEST(ValueToNative, LooseTextFailuresWithDetail) {
     EXPECT_EQ(outcome.out, decoded);  // whatever the decoder produced
   }
   for (const std::string text : {"x", " ", "NULL"}) {
-    const auto outcome = Convert<Loose, Void>(Str(text));
-    EXPECT_EQ(outcome.messages, (Texts{"olma.data.bad.cast3", "String", "Void", text}));
+    EXPECT_EQ((Convert<Loose, Void>(Str(text)).messages),
+              (Texts{"olma.data.bad.cast3", "String", "Void", text}));
   }
 }
 
 TEST(ValueToNative, BothModesParseDateTimes) {
-  const auto parsed = Convert<Strict, DateTime>(Str("2021-06-01T12:00:00+01:00"));
-  EXPECT_EQ(parsed.out.text(), "2021-06-01T13:00:00.000Z");
+  EXPECT_EQ((Convert<Strict, DateTime>(Str("2021-06-01T12:00:00+01:00")).out.text()),
+            "2021-06-01T13:00:00.000Z");
   for (const std::string text : {"not a date", "", "2021-06-01", "2021-06-01T12:00:00Z "}) {
     SCOPED_TRACE(text);
     for (const auto& outcome : {Convert<Strict, DateTime>(Str(text)), Convert<Loose, DateTime>(Str(text))}) {
@@ -265,69 +208,58 @@ TEST(ValueToNative, BothModesParseDateTimes) {
 // ---------------------------------------------------------------------------------------
 // Values by path
 
+template <class Compound = StructValue>
+Ptr Of(const std::string& name, std::initializer_list<std::pair<const char*, Ptr>> fields) {
+  auto compound = Compound::GetInstance(name);
+  for (const auto& [field, value] : fields) compound->SetField(field, value);
+  return compound;
+}
+
 TEST(GetValueByPath, EntersFieldsAndOptionalsAndStopsAtListsAndScalars) {
-  const Ptr five = IntegerValue::GetInstance(5);
-  StructValue::PtrType inner = StructValue::GetInstance("inner"), root = StructValue::GetInstance("root");
-  inner->SetField("b", five);
+  const Ptr five = IntegerValue::GetInstance(5), inner = Of("inner", {{"b", five}});
   ListValue::PtrType list = ListValue::GetInstance();
   list->push_back(inner);
-  ErrorValue::PtrType error = ErrorValue::GetInstance("e");
-  error->SetField("code", five);
   const Ptr opt = OptionalValue::GetInstance(inner);
-  for (const auto& [name, value] :
-       std::initializer_list<std::pair<const char*, Ptr>>{{"a", inner},
-                                                          {"opt", opt},
-                                                          {"none", OptionalValue::GetInstance()},
-                                                          {"list", list},
-                                                          {"longs", ListValueLong::GetInstance()},
-                                                          {"n", five},
-                                                          {"empty", nullptr},
-                                                          {"err", error},
-                                                          {"", inner}}) {
-    root->SetField(name, value);
-  }
-  const struct {
-    const char* path;
-    Ptr expected;           // the tree's own node
-    std::string remaining;  // the argument of the list message, if one is expected
-  } cases[] = {
-      {"a.b", five, ""},
-      {".a.b", five, ""},
-      {"a", inner, ""},
-      {"a.", inner, ""},
-      {"", root, ""},
-      {".", root, ""},
-      {"a.c", nullptr, ""},
-      {"x", nullptr, ""},
-      {"..b", five, ""},  // one leading "." is dropped, then "" names a field
-      {"opt.b", five, ""},
-      {"opt", opt, ""},
-      {"none.b", nullptr, ""},
-      {"n.x", nullptr, ""},
-      {"empty", nullptr, ""},
-      {"empty.x", nullptr, ""},
-      {"err.code", five, ""},
-      {"list", list, ""},
-      {"list.b", nullptr, "b"},
-      {"list.b.c", nullptr, "b.c"},
-      {"longs.x", nullptr, "x"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.path);
+  const Ptr root = Of("root", {{"a", inner},
+                               {"opt", opt},
+                               {"none", OptionalValue::GetInstance()},
+                               {"list", list},
+                               {"longs", ListValueLong::GetInstance()},
+                               {"n", five},
+                               {"empty", nullptr},
+                               {"err", Of<ErrorValue>("e", {{"code", five}})},
+                               {"", inner}});
+  // The node `path` yields (the tree's own) and, when a list stops it, the path left.
+  const auto expect = [&](const char* path, const Ptr& expected, const std::string& remaining = "") {
+    SCOPED_TRACE(path);
     MessageList messages;
-    EXPECT_EQ(DataValueHelpers::GetValueByPath(c.path, root, messages), c.expected);
-    EXPECT_EQ(DataValueHelpers::GetValueByPath(c.path, root), c.expected);
+    EXPECT_EQ(DataValueHelpers::GetValueByPath(path, root, messages), expected);
+    EXPECT_EQ(DataValueHelpers::GetValueByPath(path, root), expected);
     EXPECT_EQ(Flatten(messages),
-              (c.remaining.empty() ? Texts{} : Texts{"olma.data.getvaluebypath.list.not.last", c.remaining}));
-  }
+              (remaining.empty() ? Texts{} : Texts{"olma.data.getvaluebypath.list.not.last", remaining}));
+  };
+  expect("a.b", five);
+  expect(".a.b", five);
+  expect("a.", inner);
+  expect("", root);
+  expect(".", root);
+  expect("a.c", nullptr);
+  expect("..b", five);  // one leading "." is dropped, then "" names a field
+  expect("opt.b", five);
+  expect("opt", opt);
+  expect("none.b", nullptr);
+  expect("n.x", nullptr);
+  expect("empty.x", nullptr);
+  expect("err.code", five);
+  expect("list", list);
+  expect("list.b.c", nullptr, "b.c");
+  expect("longs.x", nullptr, "x");
   EXPECT_EQ(DataValueHelpers::GetValueByPath("", nullptr), nullptr);
 }
 
 TEST(GetValueByPath, AMillionNestedOptionalsNeedNoDeepCallStack) {
   const Ptr five = IntegerValue::GetInstance(5);
-  StructValue::PtrType leaf = StructValue::GetInstance("s");
-  leaf->SetField("x", five);
-  Ptr node = leaf;
+  Ptr node = Of("s", {{"x", five}});
   for (int i = 0; i < 1000000; ++i) node = OptionalValue::GetInstance(std::move(node));
   EXPECT_EQ(DataValueHelpers::GetValueByPath("x", node), five);
 }

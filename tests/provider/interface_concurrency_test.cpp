@@ -1,5 +1,5 @@
-// One interface and its methods shared by many threads that call them at once: lookups,
-// validation and result building must neither race nor mix up results between calls.
+// One interface, its methods and their definitions shared by many threads that check calls
+// at once: lookups, validation and result building must neither race nor mix up results.
 #include <atomic>
 #include <string>
 #include <thread>
@@ -8,92 +8,63 @@
 #include <gtest/gtest.h>
 
 #include "olma/data/definitions.h"
+#include "olma/provider/async_api_interface.h"
 #include "provider/fake_method.h"
 
 namespace {
 
 using namespace Olma::Data;
-using Olma::Core::MethodResult;
-using OlmaTest::FakeMethod;
-using OlmaTest::Int;
-using OlmaTest::Str;
-using OlmaTest::Struct;
+using Olma::Provider::ApiMethodHelper;
 
-constexpr int kThreads = 8;
-constexpr int kCallsPerThread = 400;
-
-Olma::Provider::AsyncApiInterface::PtrConstType MakeInterface() {
-  const auto input = StructDefinition::GetInstance("in", {{"n", IntegerDefinition::GetInstance()}});
-  const auto output = StructDefinition::GetInstance("out", {{"n", IntegerDefinition::GetInstance()}});
-  const auto declared = ErrorDefinition::GetInstance("com.acme.errors.odd");
-  // Echoes its input, or raises the declared error for odd numbers.
-  auto echo = FakeMethod::Make("echo", input, output, {declared}, [](const DataValue::PtrConstType& in) {
-    const auto& fields = static_cast<const StructValue&>(*in).fields();
-    const long long n = static_cast<const IntegerValue&>(*fields.at("n")).value();
-    if (n % 2 != 0) {
-      return MethodResult::GetErrorInstance(
-          ErrorValue::Create("com.acme.errors.odd", {Olma::MakeMessage("app.odd", "odd {1}", n)}));
-    }
-    return MethodResult::GetInstance(Struct("out", {{"n", Int(n)}}));
-  });
-  // Raises an error it does not declare.
-  auto rogue = FakeMethod::Make("rogue", input, output, {}, [](const DataValue::PtrConstType&) {
-    return MethodResult::GetErrorInstance(ErrorValue::Create("com.zorvex.olma.std.errors.unauthorized", {}));
-  });
-  return Olma::Provider::AsyncApiInterface::GetInstance(
-      Olma::Core::InterfaceIdentifier::GetInstance("com.acme"), {echo, rogue});
-}
-
-// Checks one call's result; returns false (and records why) on a wrong result.
-bool CallAndCheck(const Olma::Provider::AsyncApiInterface& api, int thread, int call) {
-  const long long n = thread * 100000 + call / 4;
-  switch (call % 4) {
-    case 0: {  // success or the declared error, by parity
-      const auto result = OlmaTest::Dispatch(api, "echo", Struct("in", {{"n", Int(n)}}));
-      if (n % 2 == 0) {
-        return result && !result->isError() &&
-               static_cast<const IntegerValue&>(
-                   *static_cast<const StructValue&>(*result->output()).fields().at("n"))
-                       .value() == n;
-      }
-      const auto messages = OlmaTest::MessagesOf(result->error());
-      return result->isError() && result->error()->name() == "com.acme.errors.odd" && messages.size() == 1 &&
-             messages.front().defaultMessage() == "odd " + std::to_string(n);
-    }
-    case 1: {  // invalid input
-      const auto result = OlmaTest::Dispatch(api, "echo", Struct("in", {{"n", Str("x")}}));
-      return result->isError() && result->error()->name() == "com.zorvex.olma.std.errors.invalid_argument";
-    }
-    case 2: {  // undeclared error
-      const auto result = OlmaTest::Dispatch(api, "rogue", Struct("in", {{"n", Int(n)}}));
-      const auto messages = OlmaTest::MessagesOf(result->error());
-      return result->isError() &&
-             result->error()->name() == "com.zorvex.olma.std.errors.internal_server_error" &&
-             !messages.empty() && messages.front().args().back() == "com.zorvex.olma.std.errors.unauthorized";
-    }
-    default: {  // unknown method
-      const auto result = OlmaTest::Dispatch(api, "missing" + std::to_string(n), nullptr);
-      const auto messages = OlmaTest::MessagesOf(result->error());
-      return result->isError() && messages.size() == 1 &&
-             messages.front().args().back() == "missing" + std::to_string(n);
-    }
+// The outcomes of checking calls with the number `n` against the shared interface.
+std::vector<std::string> CheckCalls(const Olma::Provider::AsyncApiInterface& api, long long n) {
+  Olma::MessageList messages;
+  Olma::Provider::AsyncApiMethod::PtrConstType method;
+  if (api.method("missing" + std::to_string(n), method, messages) || !api.method("echo", method, messages))
+    return {};
+  std::vector<std::string> outcome{messages.back().args().back()};
+  const Olma::Provider::QualifiedMethodName name(api.id()->name(), method->name());
+  const DataValue::PtrConstType value = OlmaTest::Struct("n", {{"n", OlmaTest::Int(n)}});
+  Olma::Core::MethodResult::PtrConstType result;
+  if (ApiMethodHelper::ValidateInput(name, method->input(), value, result) &&
+      !ApiMethodHelper::ValidateInput(name, method->input(), OlmaTest::Str("x"), result)) {
+    outcome.push_back(result->error()->name());
   }
+  const bool same = ApiMethodHelper::ValidateOutput(name, method->output(), value)->output() == value;
+  outcome.push_back(same ? "same output" : "other output");
+  for (const char* error : {"com.acme.errors.odd", "com.zorvex.olma.std.errors.unauthorized"}) {
+    const auto described = OlmaTest::Describe(
+        ApiMethodHelper::ValidateError(name, method->errors(), ErrorValue::Create(error, {})));
+    outcome.insert(outcome.end(), described.begin(), described.end());
+  }
+  return outcome;
 }
 
-TEST(InterfaceConcurrency, ManyThreadsInvokeOneInterfaceAtOnce) {
-  const auto api = MakeInterface();
+TEST(InterfaceConcurrency, ManyThreadsCheckCallsOfOneInterfaceAtOnce) {
+  const Olma::Provider::AsyncApiMethod::PtrConstType echo = std::make_shared<const OlmaTest::FakeMethod>(
+      "echo", StructDefinition::GetInstance("n", {{"n", IntegerDefinition::GetInstance()}}),
+      Olma::Provider::ErrorDefinitionList{ErrorDefinition::GetInstance("com.acme.errors.odd")});
+  const auto api = Olma::Provider::AsyncApiInterface::GetInstance(
+      Olma::Core::InterfaceIdentifier::GetInstance("com.acme"), {echo});
+  const auto expected = [](long long n) {
+    return std::vector<std::string>{"missing" + std::to_string(n),
+                                    "com.zorvex.olma.std.errors.invalid_argument",
+                                    "same output",
+                                    "com.acme.errors.odd",
+                                    "com.zorvex.olma.std.errors.internal_server_error",
+                                    "olma.bindings.method.impl.unexpected"};
+  };
+  ASSERT_EQ(CheckCalls(*api, 1), expected(1));
   std::atomic<int> wrong{0};
   std::atomic<bool> go{false};
   std::vector<std::thread> threads;
-  for (int t = 0; t < kThreads; ++t) {
+  for (int t = 0; t < 8; ++t) {
     threads.emplace_back([&, t] {
-      while (!go.load(std::memory_order_acquire)) std::this_thread::yield();
-      for (int call = 0; call < kCallsPerThread; ++call) {
-        if (!CallAndCheck(*api, t, call)) wrong.fetch_add(1, std::memory_order_relaxed);
-      }
+      while (!go.load()) std::this_thread::yield();
+      for (long long n = t * 1000; n < t * 1000 + 100; ++n) wrong += CheckCalls(*api, n) != expected(n);
     });
   }
-  go.store(true, std::memory_order_release);
+  go = true;
   for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong.load(), 0);
 }
