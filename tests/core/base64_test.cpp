@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <random>
-#include <string>
 
 #include "core/external_tool.h"
 
@@ -32,37 +31,27 @@ TEST(Base64, EncodeMatchesCoreutilsAndDecodeInverts) {
 }
 
 TEST(Base64, DecodeRules) {
-  const std::string junk = "Non-Valid Character in Base 64!", padding = "Invalid Padding in Base 64!";
+  const auto expect = [](const std::string& text, const std::string& bytes, const std::string& failure) {
+    SCOPED_TRACE(text.substr(0, 40));
+    std::string error = "earlier; ";  // appended to, never replaced
+    EXPECT_EQ(Olma::Base64::Decode(text, error), ByteVector(bytes.begin(), bytes.end()));
+    EXPECT_EQ(error, "earlier; " + failure);
+  };
+  for (const char* blank : {"", " \n\r\t \n"}) expect(blank, "", "");
+  expect("TWE=", "Ma", "");
+  expect("TQ==", "M", "");
+  expect("\tTWFu \r\nTWFu  TQ==\n\n", "ManManM", "");  // white space between groups
   std::mt19937 rng(7);
   const std::string large = Olma::Base64::Encode(RandomBytes(3 << 18, rng));  // 1 MiB of text, no padding
-  const struct {
-    std::string text, bytes, error;
-  } cases[] = {
-      {"", "", ""},
-      {" \n\r\t \n", "", ""},
-      {"TWE=", "Ma", ""},
-      {"TQ==", "M", ""},
-      {"TWFu\n", "Man", ""},
-      {"\tTWFu \r\nTWFu  TQ==\n\n", "ManManM", ""},  // white space between groups
-      {"TWF", "", "Truncated Base64!"},
-      {"TWFuT", "", "Truncated Base64!"},
-      {large.substr(0, large.size() - 1), "", "Truncated Base64!"},
-      {large + "TW*u", "", junk},
-      {"T=FU", "", padding},
-      {"TWFu====", "", padding},
-      {"TQ==TWFu", "", padding},
-      {"TW u", "", junk},
-      {"TWFu\nTW\nFu", "", junk},  // white space inside a group
-      {"TWFu-_==", "", junk},
-      {std::string("TW\0u", 4), "", junk},
-      {"TW\xC3\xA9", "", junk},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.text.substr(0, 40));
-    std::string error = "earlier; ";  // appended to, never replaced
-    EXPECT_EQ(Olma::Base64::Decode(c.text, error), ByteVector(c.bytes.begin(), c.bytes.end()));
-    EXPECT_EQ(error, "earlier; " + c.error);
-  }
+  for (const std::string& text :
+       {std::string("TWF"), std::string("TWFuT"), large.substr(0, large.size() - 1)})
+    expect(text, "", "Truncated Base64!");
+  for (const char* text : {"T=FU", "TWFu====", "TQ==TWFu"}) expect(text, "", "Invalid Padding in Base 64!");
+  // Bytes outside the alphabet, and white space inside a group.
+  for (const std::string& text :
+       {large + "TW*u", std::string("TW u"), std::string("TWFu\nTW\nFu"), std::string("TWFu-_=="),
+        std::string("TW\0u", 4), std::string("TW\xC3\xA9")})
+    expect(text, "", "Non-Valid Character in Base 64!");
 }
 
 TEST(Base64, RandomGarbageNeverYieldsBytesWithAnError) {

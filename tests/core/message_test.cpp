@@ -1,7 +1,6 @@
 #include "olma/core/message.h"
 
-#include <string>
-#include <string_view>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,48 +9,37 @@ namespace {
 
 using Olma::CoreTag;
 using Olma::Message;
-using testing::ElementsAre;
-using testing::IsEmpty;
 
-TEST(Message, CatalogueTemplatesAreFilledAndArgumentsRendered) {
-  const Message<CoreTag> cast("olma.data.bad.cast2", "a", "b");
-  EXPECT_EQ(cast.id(), "olma.data.bad.cast2");
-  EXPECT_EQ(cast.defaultMessage(), "Bad cast: a -> b");
-  EXPECT_THAT(cast.args(), ElementsAre("a", "b"));
-
-  const Message<CoreTag> level("olma.compress.invalid.level", 10);
-  EXPECT_EQ(level.defaultMessage(), "Invalid compression level 10, must be between 0 and 9.");
-  EXPECT_THAT(level.args(), ElementsAre("10"));
-
-  const std::string name = "s";
-  const Message<CoreTag> union_case("olma.data.union.invalid.case.state.isnotset", name,
-                                    std::string_view("kind"), "A", 42LL);
-  EXPECT_EQ(union_case.defaultMessage(),
-            "In the structure 's', the field 'kind' is set to 'A'. Therefore, the field '42' must be set, "
-            "but it is "
-            "not.");
-  EXPECT_THAT(union_case.args(), ElementsAre("s", "kind", "A", "42"));
-}
-
-TEST(Message, TemplateWithoutFieldsStillKeepsArguments) {
-  const Message<CoreTag> message("olma.request.exceeds.max.size", 5);
-  EXPECT_EQ(message.defaultMessage(), "Request exceeds max size");
-  EXPECT_THAT(message.args(), ElementsAre("5"));
-}
-
-TEST(Message, UnknownIdentifierGetsUnknownText) {
-  const Message<CoreTag> message("olma.no.such.id");
-  EXPECT_EQ(message.id(), "olma.no.such.id");
-  EXPECT_EQ(message.defaultMessage(), "Unknown message.");
-  EXPECT_THAT(message.args(), IsEmpty());
-  EXPECT_STREQ(Message<CoreTag>::DefaultMessageForId(""), "Unknown message.");
+TEST(Message, FillsTheTemplateAndRendersEachArgumentAlone) {
+  const struct {
+    Olma::BaseMessage message;
+    std::string text;
+    std::vector<std::string> args;
+  } cases[] = {
+      {Message<CoreTag>("olma.data.bad.cast2", "a", "b"), "Bad cast: a -> b", {"a", "b"}},
+      {Message<CoreTag>("olma.data.bad.cast3", true, 2.5, std::string("x")),
+       "Bad cast: 1 -> 2.500000 : x",
+       {"1", "2.500000", "x"}},
+      {Message<CoreTag>("olma.data.union.invalid.case.state.isnotset", std::string_view("s"), "kind", "A",
+                        42LL),
+       "In the structure 's', the field 'kind' is set to 'A'. Therefore, the field '42' must be set, but it "
+       "is not.",
+       {"s", "kind", "A", "42"}},
+      {Message<CoreTag>("olma.request.exceeds.max.size", 5), "Request exceeds max size", {"5"}},
+      {Message<CoreTag>("olma.no.such.id"), "Unknown message.", {}},
+      {Olma::MakeMessage("olma.custom", "{2}/{1}", 1, "two"), "two/1", {"1", "two"}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text);
+    EXPECT_EQ(c.message.defaultMessage(), c.text);
+    EXPECT_THAT(c.message.args(), testing::ElementsAreArray(c.args));
+  }
+  EXPECT_EQ(cases[4].message.id(), "olma.no.such.id");
+  EXPECT_EQ(cases[5].message.id(), "olma.custom");
 }
 
 TEST(Message, CatalogueKeepsIdentifiersAsClientsKeyThem) {
-  struct Case {
-    const char* id;
-    const char* text;
-  } const cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"olma.data.unset.non.optional.field", "Unset required field: {1}"},
       {"olma.data.structure.getfield.unknown", "GetField unknown field: {1}"},
       {"olma.data.error.getfield.unknown", "GetField unknown field: {1}"},
@@ -60,27 +48,9 @@ TEST(Message, CatalogueKeepsIdentifiersAsClientsKeyThem) {
       {"olma.core.extractor.arg", "Error: {1}"},
       {"olma.transport.io.failed", "Unknown message."},
       {"olma.data.bad.cast", "Unknown message."},  // a prefix of an identifier is not a match
+      {"", "Unknown message."},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.id);
-    EXPECT_STREQ(Message<CoreTag>::DefaultMessageForId(c.id), c.text);
-  }
-}
-
-TEST(MakeMessage, UsesTheGivenTemplate) {
-  const Olma::BaseMessage message = Olma::MakeMessage("olma.custom", "{2}/{1}", 1, std::string("two"));
-  EXPECT_EQ(message.id(), "olma.custom");
-  EXPECT_EQ(message.defaultMessage(), "two/1");
-  EXPECT_THAT(message.args(), ElementsAre("1", "two"));
-}
-
-TEST(AppendArg, RendersEachArgumentAlone) {
-  std::list<std::string> args;
-  Olma::AppendArg append{args};
-  append(true);
-  append(2.5);
-  append("x");
-  EXPECT_THAT(args, ElementsAre("1", "2.500000", "x"));
+  for (const auto& [id, text] : cases) EXPECT_STREQ(Message<CoreTag>::DefaultMessageForId(id), text) << id;
 }
 
 }  // namespace

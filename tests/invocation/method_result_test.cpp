@@ -1,6 +1,7 @@
 #include "olma/invocation/method_result.h"
 
 #include <string>
+#include <tuple>
 
 #include <gtest/gtest.h>
 
@@ -8,46 +9,27 @@
 
 namespace {
 
-using Olma::Core::MethodResult;
-using Olma::Data::ErrorValue;
-using Olma::Data::IntegerValue;
+using namespace Olma::Core;
 
-TEST(MethodResult, RendersByPointersWithErrorFirst) {
-  const auto output = IntegerValue::GetInstance(42);
-  const auto error = ErrorValue::GetInstance("com.acme.errors.denied");
-  const std::string failure = "MR [FAIL] Error: " + error->ToString();
-
-  struct Case {
-    const char* name;
-    MethodResult::PtrConstType result;
-    std::string text;
-    bool isError;
+TEST(MethodResult, RendersAndClassifiesByItsPointersWithErrorFirst) {
+  const auto output = Olma::Data::IntegerValue::GetInstance(42);
+  const auto error = Olma::Data::ErrorValue::GetInstance("com.acme.errors.denied");
+  const std::string failure = "MR [FAIL] Error: " + error->ToString(),
+                    terminal = "MR [SUCCESS] Stream Terminal Result";
+  const std::tuple<const char*, MethodResult::PtrConstType, std::string, bool, bool> cases[] = {
+      {"success", MethodResult::GetInstance(output), "MR [SUCCESS] Output: 42", false, false},
+      {"failure", MethodResult::GetErrorInstance(error), failure, true, false},
+      {"both", MethodResult::GetInstance(output, error), failure, true, false},
+      {"terminal", MethodResult::GetStreamTerminalInstance(), terminal, false, true},
+      {"empty output", MethodResult::GetInstance(nullptr), terminal, false, true},
+      {"empty error", MethodResult::GetErrorInstance(nullptr), terminal, true, true},
   };
-  const Case cases[] = {
-      {"success", MethodResult::GetInstance(output), "MR [SUCCESS] Output: 42", false},
-      {"failure", MethodResult::GetErrorInstance(error), failure, true},
-      {"both", MethodResult::GetInstance(output, error), failure, true},
-      {"terminal", MethodResult::GetStreamTerminalInstance(), "MR [SUCCESS] Stream Terminal Result", false},
-      {"empty output", MethodResult::GetInstance(nullptr), "MR [SUCCESS] Stream Terminal Result", false},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
-    EXPECT_EQ(c.result->ToString(), c.text);
-    EXPECT_EQ(c.result->isError(), c.isError);
+  for (const auto& [name, result, text, isError, isTerminal] : cases) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(result->ToString(), text);
+    EXPECT_EQ(result->isError(), isError);
+    EXPECT_EQ(result->isStreamTerminal(), isTerminal);
   }
-}
-
-TEST(MethodResult, ErrorInstanceIsAnErrorEvenAroundAnEmptyPointer) {
-  const auto result = MethodResult::GetErrorInstance(nullptr);
-  EXPECT_TRUE(result->isError());
-  EXPECT_FALSE(result->output());
-  EXPECT_TRUE(result->isStreamTerminal());
-
-  const auto error = ErrorValue::GetInstance("e");
-  const auto failed = MethodResult::GetErrorInstance(error);
-  EXPECT_EQ(failed->error(), error);
-  EXPECT_FALSE(failed->output());
-  EXPECT_FALSE(failed->isStreamTerminal());
 }
 
 }  // namespace
