@@ -10,6 +10,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "data/tree_test_support.h"
 #include "olma/core/message.h"
 #include "olma/core/secret_string.h"
 #include "olma/data/definitions.h"
@@ -18,15 +19,13 @@
 namespace {
 
 using namespace Olma::Data;
-using namespace std::string_literals;
+using namespace Olma::Data::Testing;
 using Olma::BaseMessage;
 using Olma::MessageList;
 using Olma::SecretString;
 using testing::IsEmpty;
 
 using Ptr = DataValue::PtrConstType;
-using Def = DataDefinition::PtrConstType;
-using Texts = std::vector<std::string>;
 
 const std::string kMismatch = "olma.data.type.mismatch";
 const std::string kNotEqual = "olma.data.comparator.values.not.equal";
@@ -38,33 +37,14 @@ template <class T>
 Ptr V(const T& native) {
   return DataValue::Create<T>(native);
 }
-const auto Opt = [](Ptr content) -> Ptr { return OptionalValue::GetInstance(std::move(content)); };
-const auto Unset = []() -> Ptr { return OptionalValue::GetInstance(); };
-template <class List = ListValue>
-Ptr ListOf(std::initializer_list<typename List::value_type> elements) {
-  auto list = List::GetInstance();
-  list->assign(elements.begin(), elements.end());
-  return list;
-}
-template <class Compound = StructValue>
-Ptr Of(std::string name, std::initializer_list<std::pair<const char*, Ptr>> fields) {
-  auto compound = Compound::GetInstance(std::move(name));
-  for (const auto& [field, value] : fields) compound->SetField(field, value);
-  return compound;
-}
 // The one message expected, as its id followed by its arguments; none at all is Texts{}.
 template <class... Args>
 Texts Diff(const std::string& id, const Args&... args) {
   return {id, args...};
 }
-
-// The message as Diff writes it; at most one is allowed.
-Texts Flatten(const MessageList& messages) {
+Texts Single(const MessageList& messages) {
   EXPECT_LE(messages.size(), 1u) << "a comparison reports at most one difference";
-  if (messages.empty()) return {};
-  Texts flat{messages.front().id()};
-  flat.insert(flat.end(), messages.front().args().begin(), messages.front().args().end());
-  return flat;
+  return Flatten(messages);
 }
 
 template <class Mode>
@@ -72,7 +52,7 @@ Texts Difference(const Ptr& a, const Ptr& b) {
   MessageList messages;
   const bool equal = ValueComparator<Mode>::Compare(a, b, messages);
   EXPECT_EQ(equal, messages.empty());
-  return Flatten(messages);
+  return Single(messages);
 }
 
 template <class Node>
@@ -92,50 +72,44 @@ void RunCases(const std::vector<Case<Ptr>>& cases) {
 
 template <class Mode>
 class ValueComparatorTest : public testing::Test {};
-struct ModeNames {
-  template <class Mode>
-  static std::string GetName(int) {
-    return std::is_same_v<Mode, CompModeStrict> ? "Strict" : "Loose";
-  }
-};
 using Modes = testing::Types<CompModeLoose, CompModeStrict>;
-TYPED_TEST_SUITE(ValueComparatorTest, Modes, ModeNames);
+TYPED_TEST_SUITE(ValueComparatorTest, Modes);
 
 TYPED_TEST(ValueComparatorTest, OnlyTheCallsOwnMessageDecides) {
   MessageList messages{BaseMessage("x", "x", {})};
   EXPECT_TRUE(ValueComparator<TypeParam>::Compare(nullptr, nullptr, messages));
   // An empty root against a set one differs without a message.
-  EXPECT_FALSE(ValueComparator<TypeParam>::Compare(V(1LL), nullptr, messages));
-  EXPECT_FALSE(ValueComparator<TypeParam>::Compare(nullptr, V(1LL), messages));
-  EXPECT_TRUE(DataValue::Compare<TypeParam>(ListOf({V(1LL)}), ListOf({V(1LL)}), messages));
+  EXPECT_FALSE(ValueComparator<TypeParam>::Compare(Int(1), nullptr, messages));
+  EXPECT_FALSE(ValueComparator<TypeParam>::Compare(nullptr, Int(1), messages));
+  EXPECT_TRUE(DataValue::Compare<TypeParam>(ListOf({Int(1)}), ListOf({Int(1)}), messages));
   EXPECT_EQ(messages.size(), 1u);
-  EXPECT_FALSE(DataValue::Compare<TypeParam>(ListOf({V(1LL)}), ListOf({V(2LL)}), messages));
+  EXPECT_FALSE(DataValue::Compare<TypeParam>(ListOf({Int(1)}), ListOf({Int(2)}), messages));
   ASSERT_EQ(messages.size(), 2u);
   EXPECT_EQ(messages.back().defaultMessage(), "Values not equal <LONG>: 1 != 2");
 }
 
 TYPED_TEST(ValueComparatorTest, FirstDifferenceInReadingOrder) {
   const Ptr pw = V(SecretString("pw")), longs = ListOf<ListValueLong>({1, 2});
-  const Ptr ab = Of("s", {{"a", V(1LL)}, {"b", V(2LL)}});
-  const Ptr abc = Of("s", {{"a", V(1LL)}, {"b", V(1LL)}, {"c", V(1LL)}});
-  const Ptr axy = Of("s", {{"a", V(1LL)}, {"x", V(1LL)}, {"y", V(1LL)}});
+  const Ptr ab = Of("s", {{"a", Int(1)}, {"b", Int(2)}});
+  const Ptr abc = Of("s", {{"a", Int(1)}, {"b", Int(1)}, {"c", Int(1)}});
+  const Ptr axy = Of("s", {{"a", Int(1)}, {"x", Int(1)}, {"y", Int(1)}});
   RunCases<TypeParam>({
       // Scalars: kinds, then payloads.
-      {"integers", V(7LL), V(8LL), Diff(kNotEqual, "LONG", "7", "8")},
+      {"integers", Int(7), Int(8), Diff(kNotEqual, "LONG", "7", "8")},
       {"equal blobs", V(Olma::ByteVector{1, 2}), V(Olma::ByteVector{1, 2}), {}},
       {"blobs", V(Olma::ByteVector{1}), V(Olma::ByteVector{1, 0}),
        Diff(kNotEqual, "BINARY", "0x1 ", "0x1 0 ")},
       {"equal secrets", pw, V(SecretString("pw")), {}},
       {"secrets", pw, V(SecretString("pW")), Diff(kNotEqual, "SECRET", "<secret>", "<secret>")},
-      {"integer and double", V(1LL), V(1.0), Diff(kMismatch, "1", "1.000000")},
+      {"integer and double", Int(1), V(1.0), Diff(kMismatch, "1", "1.000000")},
       // Lists: element by element, depth first.
-      {"equal lists", ListOf({V(1LL), V(2LL)}), ListOf({V(1LL), V(2LL)}), {}},
-      {"second element", ListOf({V(1LL), V(2LL)}), ListOf({V(1LL), V(3LL)}),
+      {"equal lists", ListOf({Int(1), Int(2)}), ListOf({Int(1), Int(2)}), {}},
+      {"second element", ListOf({Int(1), Int(2)}), ListOf({Int(1), Int(3)}),
        Diff(kNotEqual, "LONG", "2", "3")},
-      {"lengths", ListOf({V(1LL)}), ListOf({V(1LL), V(2LL)}), Diff(kSizes, "[ 1, ] ", "[ 1, 2, ] ")},
+      {"lengths", ListOf({Int(1)}), ListOf({Int(1), Int(2)}), Diff(kSizes, "[ 1, ] ", "[ 1, 2, ] ")},
       {"empty elements", ListOf({nullptr}), ListOf({nullptr}), {}},
-      {"empty and set element", ListOf({nullptr}), ListOf({V(1LL)}), Diff(kMismatch, "<unset>", "1")},
-      {"depth first", ListOf({Of("s", {{"a", V(1LL)}}), V(2LL)}), ListOf({Of("s", {{"a", V(5LL)}}), V(3LL)}),
+      {"empty and set element", ListOf({nullptr}), ListOf({Int(1)}), Diff(kMismatch, "<unset>", "1")},
+      {"depth first", ListOf({Of("s", {{"a", Int(1)}}), Int(2)}), ListOf({Of("s", {{"a", Int(5)}}), Int(3)}),
        Diff(kNotEqual, "LONG", "1", "5")},
       // Typed lists: whole, under the unknown kind name; a length is a value difference.
       {"equal typed", longs, ListOf<ListValueLong>({1, 2}), {}},
@@ -143,19 +117,19 @@ TYPED_TEST(ValueComparatorTest, FirstDifferenceInReadingOrder) {
        Diff(kNotEqual, "_UNKNOWN", "[ 1, 2, ] ", "[ 1, 3, ] ")},
       {"typed lengths", longs, ListOf<ListValueLong>({1}),
        Diff(kNotEqual, "_UNKNOWN", "[ 1, 2, ] ", "[ 1, ] ")},
-      {"typed list and list", longs, ListOf({V(1LL), V(2LL)}), Diff(kMismatch, "[ 1, 2, ] ", "[ 1, 2, ] ")},
+      {"typed list and list", longs, ListOf({Int(1), Int(2)}), Diff(kMismatch, "[ 1, 2, ] ", "[ 1, 2, ] ")},
       // Optionals: set state, then content; never unwrapped.
       {"both unset", Unset(), Unset(), {}},
-      {"set and unset", Opt(V(5LL)), Unset(), Diff(kNotEqual, "OPTIONAL", "Optional< 5>", "Optional< >")},
-      {"contents", Opt(V(5LL)), Opt(V(6LL)), Diff(kNotEqual, "LONG", "5", "6")},
-      {"not unwrapped", Opt(V(5LL)), V(5LL), Diff(kMismatch, "Optional< 5>", "5")},
+      {"set and unset", Opt(Int(5)), Unset(), Diff(kNotEqual, "OPTIONAL", "Optional< 5>", "Optional< >")},
+      {"contents", Opt(Int(5)), Opt(Int(6)), Diff(kNotEqual, "LONG", "5", "6")},
+      {"not unwrapped", Opt(Int(5)), Int(5), Diff(kMismatch, "Optional< 5>", "5")},
       // Compounds: field count, then fields in name order. The greatest name of the first
       // that the second lacks is named; the second's own fields never are.
-      {"equal compounds", ab, Of("s", {{"b", V(2LL)}, {"a", V(1LL)}}), {}},
+      {"equal compounds", ab, Of("s", {{"b", Int(2)}, {"a", Int(1)}}), {}},
       {"two missing", abc, axy, Diff(kMissing, "c", abc->ToString(), axy->ToString())},
-      {"field counts", Of("s", {{"a", V(1LL)}}), ab, Diff(kSizes, "{{ s : { a : 1, } }} ", ab->ToString())},
-      {"fields depth first", Of("s", {{"a", ListOf({V(1LL), V(2LL)})}, {"b", V(3LL)}}),
-       Of("s", {{"a", ListOf({V(1LL), V(3LL)})}, {"b", V(4LL)}}), Diff(kNotEqual, "LONG", "2", "3")},
+      {"field counts", Of("s", {{"a", Int(1)}}), ab, Diff(kSizes, "{{ s : { a : 1, } }} ", ab->ToString())},
+      {"fields depth first", Of("s", {{"a", ListOf({Int(1), Int(2)})}, {"b", Int(3)}}),
+       Of("s", {{"a", ListOf({Int(1), Int(3)})}, {"b", Int(4)}}), Diff(kNotEqual, "LONG", "2", "3")},
   });
 }
 
@@ -179,31 +153,21 @@ TYPED_TEST(ValueComparatorTest, DoublesUseAnAbsoluteToleranceOfOneMillionth) {
   }
 }
 
-// Nested a million levels deep, cycling through optional, list and structure.
-Ptr Deep(long long leaf) {
-  Ptr node = V(leaf);
-  for (int i = 0; i < 1000000; ++i) {
-    node = i % 3 == 0   ? Opt(std::move(node))
-           : i % 3 == 1 ? ListOf({std::move(node)})
-                        : Of("s", {{"f", std::move(node)}});
-  }
-  return node;
-}
-
 TYPED_TEST(ValueComparatorTest, MillionLevelsDeepNeedNoDeepCallStack) {
-  const Ptr one = Deep(1);
-  EXPECT_EQ(Difference<TypeParam>(one, Deep(1)), Texts{});
-  EXPECT_EQ(Difference<TypeParam>(one, Deep(2)), Diff(kNotEqual, "LONG", "1", "2"));
+  // Nested a million levels deep, cycling through optional, list and structure.
+  const Ptr one = Nested(Int(1), "ols");
+  EXPECT_EQ(Difference<TypeParam>(one, Nested(Int(1), "ols")), Texts{});
+  EXPECT_EQ(Difference<TypeParam>(one, Nested(Int(2), "ols")), Diff(kNotEqual, "LONG", "1", "2"));
 }
 
 TEST(ValueComparator, LooseMixesStructuresAndErrorsAndIgnoresNames) {
-  const Ptr structure = Of("a", {{"x", V(1LL)}}), error = Of<ErrorValue>("b", {{"x", V(1LL)}});
-  const Ptr x = Of("x", {{"f", V(1LL)}}), y = Of("y", {{"f", V(1LL)}}),
-            longer = Of("y", {{"f", V(1LL)}, {"g", V(1LL)}});
+  const Ptr structure = Of("a", {{"x", Int(1)}}), error = Of<ErrorValue>("b", {{"x", Int(1)}});
+  const Ptr x = Of("x", {{"f", Int(1)}}), y = Of("y", {{"f", Int(1)}}),
+            longer = Of("y", {{"f", Int(1)}, {"g", Int(1)}});
   RunCases<CompModeLoose>({
       {"structure and error", structure, error, {}},
       {"error and structure", error, structure, {}},
-      {"fields still count", structure, Of<ErrorValue>("b", {{"x", V(2LL)}}),
+      {"fields still count", structure, Of<ErrorValue>("b", {{"x", Int(2)}}),
        Diff(kNotEqual, "LONG", "1", "2")},
       {"names", x, y, {}},
       {"counts", x, longer, Diff(kSizes, x->ToString(), longer->ToString())},
@@ -218,25 +182,12 @@ TEST(ValueComparator, LooseMixesStructuresAndErrorsAndIgnoresNames) {
 // ---------------------------------------------------------------------------------------
 // Definitions
 
-const auto IntD = []() -> Def { return IntegerDefinition::GetInstance(); };
-const auto StrD = []() -> Def { return StringDefinition::GetInstance(); };
-const auto OptD = [](Def element) -> Def { return OptionalDefinition::GetInstance(std::move(element)); };
-const auto ListD = [](Def element) -> Def { return ListDefinition::GetInstance(std::move(element)); };
-const auto StructD = [](std::string name, DataDefinition::FieldMap fields) -> Def {
-  return StructDefinition::GetInstance(std::move(name), std::move(fields));
-};
 const auto CaseD = [](Def element, std::string tag) -> Def {
   return UnionCaseDefinition::GetInstance(element, tag, [](const std::string&) { return true; });
 };
 const auto OneOfD = [](std::string allowed) -> Def {
   return IsOneOfDefinition::GetInstance([allowed](const std::string& text) { return text == allowed; });
 };
-// A structure "node" whose field "next" refers back to itself.
-StructDefinition::PtrType Node(Def value) {
-  StructDefinition::PtrType node = StructDefinition::GetInstance("node", {{"value", std::move(value)}});
-  node->SetField("next", OptD(StructRefDefinition::GetInstance(node)));
-  return node;
-}
 
 void RunDefinitions(const std::vector<Case<Def>>& cases) {
   for (const auto& c : cases) {
@@ -244,7 +195,7 @@ void RunDefinitions(const std::vector<Case<Def>>& cases) {
     MessageList messages;
     const bool equal = DefinitionComparator::Compare(c.a, c.b, messages);
     EXPECT_EQ(equal, messages.empty());
-    EXPECT_EQ(Flatten(messages), c.expected);
+    EXPECT_EQ(Single(messages), c.expected);
     EXPECT_EQ(DataDefinition::Compare(c.a, c.b), equal);
   }
 }
@@ -318,13 +269,9 @@ TEST(DefinitionComparator, ReferencesCompareNamesAndLivenessWithoutFollowingTarg
 }
 
 TEST(DefinitionComparator, MillionLevelsDeepNeedNoDeepCallStack) {
-  const auto deep = [](Def node) {
-    for (int i = 0; i < 1000000; ++i) node = i % 2 == 0 ? OptD(std::move(node)) : ListD(std::move(node));
-    return node;
-  };
-  const Def integers = deep(IntD());
-  RunDefinitions({{"equal", integers, deep(IntD()), {}},
-                  {"leaves", integers, deep(StrD()), Diff(kMismatch, "INTEGER", "STRING")}});
+  const Def integers = Nested(IntD(), "ol");
+  RunDefinitions({{"equal", integers, Nested(IntD(), "ol"), {}},
+                  {"leaves", integers, Nested(StrD(), "ol"), Diff(kMismatch, "INTEGER", "STRING")}});
 }
 
 }  // namespace

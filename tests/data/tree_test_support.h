@@ -1,11 +1,13 @@
-// Helpers for the value and definition tests: visitors that record each slot they are called
-// through (its name and the object) and can walk a whole tree from their own work list, a
-// concurrent reader of shared trees, and the texts of deep trees.
+// Helpers for the data-model tests: short builders of values and definitions (deep chains
+// included), readers of messages, visitors that record each slot they are called through (its
+// name and the object) and can walk a whole tree from their own work list, threads started
+// together over shared trees, and the texts of deep trees.
 #pragma once
 
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,14 +16,106 @@
 #include <utility>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "olma/core/message.h"
 #include "olma/data/definitions.h"
 #include "olma/data/values.h"
 
 namespace Olma {
 namespace Data {
 namespace Testing {
+
+using Val = DataValue::PtrConstType;
+using Def = DataDefinition::PtrConstType;
+using Texts = std::vector<std::string>;
+
+inline const auto Int = [](long long value) -> Val { return IntegerValue::GetInstance(value); };
+inline const auto Str = [](std::string text) -> Val { return StringValue::GetInstance(std::move(text)); };
+inline const auto Opt = [](Val content) -> Val { return OptionalValue::GetInstance(std::move(content)); };
+inline const auto Unset = []() -> Val { return OptionalValue::GetInstance(); };
+// A structure, or another compound, with these fields set in this order.
+template <class Compound = StructValue>
+Val Of(std::string name, std::initializer_list<std::pair<const char*, Val>> fields) {
+  auto compound = Compound::GetInstance(std::move(name));
+  for (const auto& [field, value] : fields) compound->SetField(field, value);
+  return compound;
+}
+template <class List = ListValue>
+Val ListOf(std::initializer_list<typename List::value_type> elements) {
+  auto list = List::GetInstance();
+  list->assign(elements.begin(), elements.end());
+  return list;
+}
+
+inline const auto IntD = []() -> Def { return IntegerDefinition::GetInstance(); };
+inline const auto StrD = []() -> Def { return StringDefinition::GetInstance(); };
+inline const auto OptD = [](Def e) -> Def { return OptionalDefinition::GetInstance(std::move(e)); };
+inline const auto ListD = [](Def element) -> Def { return ListDefinition::GetInstance(std::move(element)); };
+inline const auto StructD = [](std::string name, DataDefinition::FieldMap fields) -> Def {
+  return StructDefinition::GetInstance(std::move(name), std::move(fields));
+};
+
+// A structure "node" with the field "value" and "next", an optional reference to itself.
+inline StructDefinition::PtrType Node(Def value) {
+  auto node = StructDefinition::GetInstance("node", {{"value", std::move(value)}});
+  node->SetField("next", OptD(StructRefDefinition::GetInstance(node)));
+  return node;
+}
+
+// `leaf` nested `levels` deep, the levels cycling through `kinds` from the leaf up: 'o' an
+// optional, 'l' a list, 's' (values only) a structure "s" holding it in its field "f".
+inline Val Nested(Val leaf, std::string_view kinds, int levels = 1000000) {
+  for (int i = 0; i < levels; ++i) {
+    const char kind = kinds[static_cast<std::size_t>(i) % kinds.size()];
+    leaf = kind == 'o'   ? Opt(std::move(leaf))
+           : kind == 'l' ? ListOf({std::move(leaf)})
+                         : Of("s", {{"f", std::move(leaf)}});
+  }
+  return leaf;
+}
+inline Def Nested(Def leaf, std::string_view kinds, int levels = 1000000) {
+  for (int i = 0; i < levels; ++i) {
+    const char kind = kinds[static_cast<std::size_t>(i) % kinds.size()];
+    leaf = kind == 'o' ? OptD(std::move(leaf)) : ListD(std::move(leaf));
+  }
+  return leaf;
+}
+
+// Each message as its id followed by its arguments.
+inline Texts Flatten(const MessageList& messages) {
+  Texts flat;
+  for (const BaseMessage& message : messages) {
+    flat.push_back(message.id());
+    flat.insert(flat.end(), message.args().begin(), message.args().end());
+  }
+  return flat;
+}
+// A message with exactly this id, text and these arguments.
+inline testing::Matcher<const BaseMessage&> Msg(const std::string& id, const std::string& text,
+                                                const std::vector<std::string>& args) {
+  return testing::AllOf(testing::Property("id", &BaseMessage::id, id),
+                        testing::Property("defaultMessage", &BaseMessage::defaultMessage, text),
+                        testing::Property("args", &BaseMessage::args, testing::ElementsAreArray(args)));
+}
+
+// Starts `threads` threads together; thread t calls body(t) `rounds` times. Returns the sum of
+// what the calls returned: each call's count of wrong results.
+template <class Body>
+int RunTogether(int threads, int rounds, Body body) {
+  std::atomic<int> ready{0}, wrong{0};
+  std::vector<std::thread> running;
+  for (int t = 0; t < threads; ++t) {
+    running.emplace_back([&, t] {
+      ready.fetch_add(1);
+      while (ready.load() < threads) std::this_thread::yield();
+      for (int round = 0; round < rounds; ++round) wrong += static_cast<int>(body(t));
+    });
+  }
+  for (std::thread& thread : running) thread.join();
+  return wrong.load();
+}
 
 using SlotCall = std::pair<std::string, const void*>;
 
@@ -127,27 +221,19 @@ class DefinitionRecorder final : public DefinitionVisitor {
 // another text or walk than the calling thread saw before.
 template <class Recorder, class Ptr>
 int ReadAndReleaseTogether(std::vector<Ptr> held) {
-  const int threads = static_cast<int>(held.size());
   std::vector<std::string> texts;
   std::vector<Recorder> walks(held.size());
-  for (int t = 0; t < threads; ++t) {
+  for (std::size_t t = 0; t < held.size(); ++t) {
     texts.push_back(held[t]->ToString());
     walks[t].Walk(held[t]);
   }
-  std::atomic<int> ready{0}, mismatches{0};
-  std::vector<std::thread> running;
-  for (int t = 0; t < threads; ++t) {
-    running.emplace_back([&, t] {
-      ready.fetch_add(1);
-      while (ready.load() < threads) std::this_thread::yield();
-      Recorder walk;
-      walk.Walk(held[t]);
-      if (held[t]->ToString() != texts[t] || walk.calls != walks[t].calls) ++mismatches;
-      held[t].reset();
-    });
-  }
-  for (std::thread& thread : running) thread.join();
-  return mismatches.load();
+  return RunTogether(static_cast<int>(held.size()), 1, [&](int t) {
+    Recorder walk;
+    walk.Walk(held[t]);
+    const bool wrong = held[t]->ToString() != texts[t] || walk.calls != walks[t].calls;
+    held[t].reset();
+    return wrong;
+  });
 }
 
 inline std::string Repeat(std::string_view piece, std::size_t times) {

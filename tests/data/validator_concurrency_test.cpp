@@ -1,12 +1,10 @@
 // Many threads validating the same shared definitions and values at once, in all four
 // modes. Run under ThreadSanitizer: validation must only read the trees.
-#include <atomic>
 #include <string>
-#include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "data/tree_test_support.h"
 #include "olma/data/definitions.h"
 #include "olma/data/validator.h"
 #include "olma/data/values.h"
@@ -15,6 +13,7 @@ namespace {
 
 using namespace Olma;
 using namespace Olma::Data;
+using namespace Olma::Data::Testing;
 
 // An item with an enumeration, a union case and parts nested through a reference to the
 // item itself, so that every kind of step runs while other threads walk the same nodes.
@@ -22,67 +21,50 @@ StructDefinition::PtrType ItemDefinition() {
   auto item = StructDefinition::GetInstance(
       "item",
       {{"colour", IsOneOfDefinition::GetInstance([](const std::string& text) { return text != "green"; })},
-       {"kind", StringDefinition::GetInstance()},
+       {"kind", StrD()},
        {"discount",
         UnionCaseDefinition::GetInstance(DoubleDefinition::GetInstance(), "kind",
                                          [](const std::string& kind) { return kind == "sale"; })}});
-  item->SetField("parts", ListDefinition::GetInstance(StructRefDefinition::GetInstance(item)));
+  item->SetField("parts", ListD(StructRefDefinition::GetInstance(item)));
   return item;
 }
 
-DataValue::PtrConstType Item(const std::string& colour, bool sale, int depth) {
-  auto item = StructValue::GetInstance("item");
-  item->SetField("colour", StringValue::GetInstance(colour));
-  item->SetField("kind", StringValue::GetInstance(sale ? "sale" : "plain"));
-  if (sale) item->SetField("discount", OptionalValue::GetInstance(DoubleValue::GetInstance(0.1)));
-  auto parts = ListValue::GetInstance();
-  if (depth > 0) parts->push_back(Item("red", !sale, depth - 1));
-  item->SetField("parts", parts);
-  return item;
+Val Item(const std::string& colour, bool sale, int depth) {
+  return Of("item", {{"colour", Str(colour)},
+                     {"kind", Str(sale ? "sale" : "plain")},
+                     {"discount", sale ? Opt(DataValue::Create(0.1)) : Unset()},
+                     {"parts", depth > 0 ? ListOf({Item("red", !sale, depth - 1)}) : ListOf({})}});
 }
 
 // The messages of validating `value` in all four modes, in that order.
-std::vector<std::string> ValidateInAllModes(const DataDefinition::PtrConstType& definition,
-                                            const DataValue::PtrConstType& value) {
+Texts ValidateInAllModes(const Def& definition, const Val& value) {
   MessageList errors;
   DataValidator::Validate<LooseMatch, ValidatorModeStrict>(definition, value, errors);
   DataValidator::Validate<StrictMatch, ValidatorModeStrict>(definition, value, errors);
   DataValidator::Validate<LooseMatch, ValidatorModePermissive>(definition, value, errors);
   DataValidator::Validate<StrictMatch, ValidatorModePermissive>(definition, value, errors);
-  std::vector<std::string> texts;
-  for (const auto& message : errors) texts.push_back(message.id() + ": " + message.defaultMessage());
-  return texts;
+  return Flatten(errors);
 }
 
 TEST(ValidatorConcurrency, ThreadsShareDefinitionsAndValues) {
   const auto item = ItemDefinition();  // also keeps the references' target alive
-  const DataDefinition::PtrConstType definition = ListDefinition::GetInstance(item);
+  const Def definition = ListD(item);
   auto valid = ListValue::GetInstance(), invalid = ListValue::GetInstance();
-  invalid->push_back(StringValue::GetInstance("not an item"));
+  invalid->push_back(Str("not an item"));
   for (int i = 0; i < 50; ++i) {
     valid->push_back(Item(i % 2 ? "red" : "blue", i % 3 == 0, i % 5));
     invalid->push_back(Item(i == 17 ? "green" : "red", i % 3 == 0, i % 5));
   }
-  // In each mode: the element that is no item, then the unknown colour of item 17.
-  const std::vector<std::string> expected = ValidateInAllModes(definition, invalid);
-  ASSERT_EQ(expected.size(), 8u);
+  // In each mode: the element that is no item (3 texts), then the unknown colour of item 17 (2).
+  const Texts expected = ValidateInAllModes(definition, invalid);
+  ASSERT_EQ(expected.size(), 20u);
   ASSERT_TRUE(ValidateInAllModes(definition, valid).empty());
-
-  std::atomic<int> wrong{0};
-  std::atomic<bool> go{false};
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 8; ++t) {
-    threads.emplace_back([&]() {
-      while (!go.load()) std::this_thread::yield();
-      for (int round = 0; round < 40; ++round) {
-        wrong += ValidateInAllModes(definition, invalid) != expected;
-        wrong += !ValidateInAllModes(definition, valid).empty();
-      }
-    });
-  }
-  go = true;
-  for (auto& thread : threads) thread.join();
-  EXPECT_EQ(wrong.load(), 0);
+  EXPECT_EQ(RunTogether(8, 40,
+                        [&](int) {
+                          return (ValidateInAllModes(definition, invalid) != expected) +
+                                 !ValidateInAllModes(definition, valid).empty();
+                        }),
+            0);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "olma/data/validator.h"
 
 #include <algorithm>
-#include <initializer_list>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -11,6 +10,7 @@
 #include <gtest/gtest.h>
 #include <boost/logic/tribool.hpp>
 
+#include "data/tree_test_support.h"
 #include "olma/core/secret_string.h"
 #include "olma/data/definitions.h"
 #include "olma/data/values.h"
@@ -19,46 +19,13 @@ namespace {
 
 using namespace Olma;
 using namespace Olma::Data;
+using namespace Olma::Data::Testing;
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::IsEmpty;
 using ::testing::Property;
-
-using DefPtr = DataDefinition::PtrConstType;
-using ValPtr = DataValue::PtrConstType;
 using MessageMatcher = ::testing::Matcher<const BaseMessage&>;
-using Fields = std::initializer_list<std::pair<std::string, ValPtr>>;
 
-const auto IntDef = []() -> DefPtr { return IntegerDefinition::GetInstance(); };
-const auto StrDef = []() -> DefPtr { return StringDefinition::GetInstance(); };
-const auto OptDef = [](DefPtr element) -> DefPtr { return OptionalDefinition::GetInstance(element); };
-const auto ListDef = [](DefPtr element) -> DefPtr { return ListDefinition::GetInstance(element); };
-const auto StructDef = [](const std::string& name, DataDefinition::FieldMap fields) -> DefPtr {
-  return StructDefinition::GetInstance(name, std::move(fields));
-};
-const auto Int = [](long long value) -> ValPtr { return IntegerValue::GetInstance(value); };
-const auto Str = [](const std::string& value) -> ValPtr { return StringValue::GetInstance(value); };
-const auto Opt = [](ValPtr content) -> ValPtr { return OptionalValue::GetInstance(std::move(content)); };
-const auto Unset = []() -> ValPtr { return OptionalValue::GetInstance(); };
-
-template <class Compound = StructValue>
-ValPtr Struct(const std::string& name, Fields fields) {
-  auto value = Compound::GetInstance(name);
-  for (const auto& field : fields) value->SetField(field.first, field.second);
-  return value;
-}
-template <class Packed = ListValue, class T = ValPtr>
-ValPtr List(std::initializer_list<T> elements) {
-  auto list = Packed::GetInstance();
-  list->assign(elements.begin(), elements.end());
-  return list;
-}
-
-MessageMatcher Msg(const std::string& id, const std::string& text, const std::vector<std::string>& args) {
-  return AllOf(Property("id", &BaseMessage::id, id),
-               Property("defaultMessage", &BaseMessage::defaultMessage, text),
-               Property("args", &BaseMessage::args, ElementsAreArray(args)));
-}
 MessageMatcher Mismatch(const std::string& definition, const std::string& value) {
   return Msg("olma.data.type.mismatch", "Type mismatch: " + definition + " != " + value, {definition, value});
 }
@@ -69,21 +36,15 @@ MessageMatcher Field(const std::string& which, const std::string& field, const s
                  definition + ": " + value,
              {field, definition, value});
 }
-// The union-case messages about the case field "payload" of structure "u" with the tag
-// field "kind": set to `tag`, which forbids it, or to "A", which requires it.
-MessageMatcher IsSet(const std::string& tag) {
-  return Msg("olma.data.union.invalid.case.state.isset",
-             "In the structure 'u', the field 'kind' is set to '" + tag +
-                 "'. Therefore, the field 'payload' must not be set, but it is.",
-             {"u", "kind", tag, "payload"});
-}
-// For a structure named `name`.
-MessageMatcher IsNotSet(const std::string& name) {
-  return Msg(
-      "olma.data.union.invalid.case.state.isnotset",
-      "In the structure '" + name +
-          "', the field 'kind' is set to 'A'. Therefore, the field 'payload' must be set, but it is not.",
-      {name, "kind", "A", "payload"});
+// A union-case message about the case field "payload" of structure `name`, whose tag field
+// "kind" is set to `tag`: "A" requires the case, any other tag here forbids it.
+MessageMatcher CaseState(const std::string& name, const std::string& tag) {
+  const bool forbidden = tag != "A";
+  return Msg(std::string("olma.data.union.invalid.case.state.is") + (forbidden ? "set" : "notset"),
+             "In the structure '" + name + "', the field 'kind' is set to '" + tag +
+                 "'. Therefore, the field 'payload' must " +
+                 (forbidden ? "not be set, but it is." : "be set, but it is not."),
+             {name, "kind", tag, "payload"});
 }
 template <class... M>
 std::vector<MessageMatcher> Msgs(M... matchers) {
@@ -93,22 +54,20 @@ const MessageMatcher kNotAString = Msg("olma.data.bad.cast2", "Bad cast: Long ->
 
 // A union case "payload" governed by the tag field "kind": "A" requires it, "B" forbids
 // it, anything else leaves it open.
-DefPtr PayloadDef() {
+Def PayloadDef() {
   using boost::logic::tribool;
-  return UnionCaseDefinition::GetInstance(IntDef(), "kind", [](const std::string& tag) {
+  return UnionCaseDefinition::GetInstance(IntD(), "kind", [](const std::string& tag) {
     return tag == "A" ? tribool(true) : tag == "B" ? tribool(false) : tribool(boost::logic::indeterminate);
   });
 }
 // A structure "u" with the tag field "kind" and the case field "payload"; a null field is
 // left out.
-DefPtr UnionDef(DefPtr tag) {
-  return StructDef("u", {{"kind", std::move(tag)}, {"payload", PayloadDef()}});
+Def UnionDef(Def tag) {
+  return StructD("u", {{"kind", std::move(tag)}, {"payload", PayloadDef()}});
 }
-ValPtr UnionValue(ValPtr tag, ValPtr payload) {
-  auto value = StructValue::GetInstance("u");
-  if (tag) value->SetField("kind", tag);
-  if (payload) value->SetField("payload", payload);
-  return value;
+Val UnionValue(Val tag, Val payload) {
+  if (!tag) return Of("u", {{"payload", payload}});
+  return payload ? Of("u", {{"kind", tag}, {"payload", payload}}) : Of("u", {{"kind", tag}});
 }
 
 // ---------------------------------------------------------------------------------------
@@ -122,124 +81,114 @@ template <class T>
 constexpr bool kStrictMatch = std::is_same_v<typename T::first_type, StrictMatch>;
 template <class T>
 constexpr bool kPermissive = std::is_same_v<typename T::second_type, ValidatorModePermissive>;
-struct ModeNames {
-  template <class T>
-  static std::string GetName(int) {
-    return std::string(kStrictMatch<T> ? "StrictMatch" : "LooseMatch") +
-           (kPermissive<T> ? "Permissive" : "Strict");
-  }
-};
 
 template <class T>
 class ValidatorTest : public ::testing::Test {
  protected:
-  static bool Validate(const DefPtr& definition, const ValPtr& value, MessageList& errors) {
+  static bool Validate(const Def& definition, const Val& value, MessageList& errors) {
     return DataValidator::Validate<typename T::first_type, typename T::second_type>(definition, value,
                                                                                     errors);
   }
-  static void ExpectMessages(const DefPtr& definition, const ValPtr& value,
+  static void ExpectMessages(const Def& definition, const Val& value,
                              const std::vector<MessageMatcher>& expected) {
     MessageList errors;
     EXPECT_EQ(Validate(definition, value, errors), expected.empty());
     EXPECT_THAT(errors, ElementsAreArray(expected));
   }
 };
-TYPED_TEST_SUITE(ValidatorTest, AllModes, ModeNames);
+TYPED_TEST_SUITE(ValidatorTest, AllModes);
 
 TYPED_TEST(ValidatorTest, NullsAndMessagesFromBefore) {
   MessageList errors;
   EXPECT_TRUE(this->Validate(nullptr, nullptr, errors));
-  EXPECT_FALSE(this->Validate(IntDef(), nullptr, errors));
+  EXPECT_FALSE(this->Validate(IntD(), nullptr, errors));
   EXPECT_FALSE(this->Validate(nullptr, Int(1), errors));
   EXPECT_THAT(errors, IsEmpty());
   // Only messages appended by the call itself decide its result.
   errors.push_back(Message<CoreTag>("olma.data.invalid.type"));
-  EXPECT_TRUE(this->Validate(IntDef(), Int(1), errors));
-  EXPECT_FALSE(this->Validate(IntDef(), Str("x"), errors));
+  EXPECT_TRUE(this->Validate(IntD(), Int(1), errors));
+  EXPECT_FALSE(this->Validate(IntD(), Str("x"), errors));
   EXPECT_THAT(errors,
               ElementsAre(Property(&BaseMessage::id, "olma.data.invalid.type"), Mismatch("INTEGER", "x")));
 }
 
 TYPED_TEST(ValidatorTest, RulesSharedByAllModes) {
-  const DefPtr rst = StructDef("s", {{"a", IntDef()}, {"b", IntDef()}, {"c", IntDef()}});
-  const DefPtr colour = IsOneOfDefinition::GetInstance(
+  const Def rst = StructD("s", {{"a", IntD()}, {"b", IntD()}, {"c", IntD()}});
+  const Def colour = IsOneOfDefinition::GetInstance(
       [](const std::string& text) { return text == "red" || text == "green"; });
-  const DefPtr known = DynamicStructureDefinition::GetInstance(
-      {{"id", IntDef()}, {"inner", StructDef("i", {{"a", IntDef()}})}});
-  const DefPtr dangling = StructRefDefinition::GetInstance(StructDefinition::GetInstance("node", {}));
-  const DefPtr tagged = UnionDef(OptDef(StrDef())), plainTag = UnionDef(StrDef());
+  const Def known =
+      DynamicStructureDefinition::GetInstance({{"id", IntD()}, {"inner", StructD("i", {{"a", IntD()}})}});
+  const Def dangling = StructRefDefinition::GetInstance(StructDefinition::GetInstance("node", {}));
+  const Def tagged = UnionDef(OptD(StrD())), plainTag = UnionDef(StrD());
   const MessageMatcher notag = Msg("olma.data.union.invalid.case.state.notag",
                                    "In the structure 'u', the field 'kind' is not set. Therefore, the field "
                                    "'payload' also must not be set, but it is.",
                                    {"u", "kind", "payload"});
   struct Row {
     const char* label;
-    DefPtr definition;
-    ValPtr value;
+    Def definition;
+    Val value;
     std::vector<MessageMatcher> expected;
   };
   const std::vector<Row> rows = {
       {"no widening", DoubleDefinition::GetInstance(), Int(1), Msgs(Mismatch("DOUBLE", "1"))},
-      {"secret is no string, nor shown", StrDef(), SecretValue::GetInstance(SecretString("pw")),
+      {"secret is no string, nor shown", StrD(), SecretValue::GetInstance(SecretString("pw")),
        Msgs(Mismatch("STRING", "<secret>"))},
-      {"opaque takes a structure", OpaqueDefinition::GetInstance(), Struct("s", {{"a", Int(1)}}), Msgs()},
-      {"opaque takes an empty pointer", ListDef(OpaqueDefinition::GetInstance()), List({ValPtr()}), Msgs()},
-      {"empty pointer", ListDef(IntDef()), List({Int(1), ValPtr()}), Msgs(Mismatch("INTEGER", "<unset>"))},
-      {"unset optional", OptDef(IntDef()), Unset(), Msgs()},
-      {"optional content", OptDef(IntDef()), Opt(Str("x")), Msgs(Mismatch("INTEGER", "x"))},
-      {"list elements in order", ListDef(IntDef()), List({Str("x"), Int(1), Str("y")}),
+      {"opaque takes a structure", OpaqueDefinition::GetInstance(), Of("s", {{"a", Int(1)}}), Msgs()},
+      {"opaque takes an empty pointer", ListD(OpaqueDefinition::GetInstance()), ListOf({Val()}), Msgs()},
+      {"empty pointer", ListD(IntD()), ListOf({Int(1), Val()}), Msgs(Mismatch("INTEGER", "<unset>"))},
+      {"unset optional", OptD(IntD()), Unset(), Msgs()},
+      {"optional content", OptD(IntD()), Opt(Str("x")), Msgs(Mismatch("INTEGER", "x"))},
+      {"list elements in order", ListD(IntD()), ListOf({Str("x"), Int(1), Str("y")}),
        Msgs(Mismatch("INTEGER", "x"), Mismatch("INTEGER", "y"))},
-      {"structure by another name", rst, Struct("t", {{"a", Int(1)}, {"b", Int(2)}, {"c", Int(3)}}), Msgs()},
-      {"missing fields: the last one is named", rst, Struct("s", {{"b", Int(1)}}),
+      {"structure by another name", rst, Of("t", {{"a", Int(1)}, {"b", Int(2)}, {"c", Int(3)}}), Msgs()},
+      {"missing fields: the last one is named", rst, Of("s", {{"b", Int(1)}}),
        Msgs(Field("missing", "c", "{sd{ s : { a : INTEGER, b : INTEGER, c : INTEGER, } }} ",
                   "{{ s : { b : 1, } }} "))},
-      {"sibling scalars: later name first", rst,
-       Struct("s", {{"a", Str("x")}, {"b", Int(1)}, {"c", Str("y")}}),
+      {"sibling scalars: later name first", rst, Of("s", {{"a", Str("x")}, {"b", Int(1)}, {"c", Str("y")}}),
        Msgs(Mismatch("INTEGER", "y"), Mismatch("INTEGER", "x"))},
       {"a nested error abandons queued work",
-       StructDef("r", {{"a", StructDef("in", {{"x", IntDef()}})}, {"b", ListDef(IntDef())}}),
-       Struct("r", {{"a", Struct("in", {{"x", Str("bad")}})}, {"b", List({Str("bad2")})}}),
+       StructD("r", {{"a", StructD("in", {{"x", IntD()}})}, {"b", ListD(IntD())}}),
+       Of("r", {{"a", Of("in", {{"x", Str("bad")}})}, {"b", ListOf({Str("bad2")})}}),
        Msgs(Mismatch("INTEGER", "bad"))},
-      {"work queued after an error still runs", StructDef("r", {{"a", ListDef(IntDef())}, {"b", IntDef()}}),
-       Struct("r", {{"a", List({Str("x")})}, {"b", Str("y")}}),
+      {"work queued after an error still runs", StructD("r", {{"a", ListD(IntD())}, {"b", IntD()}}),
+       Of("r", {{"a", ListOf({Str("x")})}, {"b", Str("y")}}),
        Msgs(Mismatch("INTEGER", "y"), Mismatch("INTEGER", "x"))},
-      {"error field", ErrorDefinition::GetInstance("e", {{"code", IntDef()}}),
-       Struct<ErrorValue>("e", {{"code", Str("x")}}), Msgs(Mismatch("INTEGER", "x"))},
-      {"enumeration refuses", ListDef(colour), List({Str("blue"), Str("red"), Str("pink")}),
+      {"error field", ErrorDefinition::GetInstance("e", {{"code", IntD()}}),
+       Of<ErrorValue>("e", {{"code", Str("x")}}), Msgs(Mismatch("INTEGER", "x"))},
+      {"enumeration refuses", ListD(colour), ListOf({Str("blue"), Str("red"), Str("pink")}),
        Msgs(Msg("olma.data.value.unknown", "Unknown value: blue", {"blue"}),
             Msg("olma.data.value.unknown", "Unknown value: pink", {"pink"}))},
       {"enumeration of no string", colour, Int(5), Msgs(kNotAString)},
       {"dynamic structure for an integer", DynamicStructureDefinition::GetInstance(), Int(5),
        Msgs(Mismatch("DynamicStructureDefinition", "5"))},
       {"dynamic fields are matched loosely, also below", known,
-       Struct("d",
-              {{"id", Int(1)}, {"inner", Struct("i", {{"a", Int(1)}, {"b", Int(2)}})}, {"more", Int(2)}}),
+       Of("d", {{"id", Int(1)}, {"inner", Of("i", {{"a", Int(1)}, {"b", Int(2)}})}, {"more", Int(2)}}),
        Msgs()},
-      {"dynamic field missing", known, Struct("d", {}),
+      {"dynamic field missing", known, Of("d", {}),
        Msgs(Field("missing", "inner", "DynamicStructureDefinition", "{{ d : { } }} "))},
-      {"dynamic error field", DynamicErrorDefinition::GetInstance({{"code", StrDef()}}),
-       Struct<ErrorValue>("e", {{"code", Int(4)}}), Msgs(Mismatch("STRING", "4"))},
+      {"dynamic error field", DynamicErrorDefinition::GetInstance({{"code", StrD()}}),
+       Of<ErrorValue>("e", {{"code", Int(4)}}), Msgs(Mismatch("STRING", "4"))},
       {"dynamic error for an integer", DynamicErrorDefinition::GetInstance(), Int(1),
        Msgs(Mismatch("DynamicErrorDefinition", "1"))},
-      {"reference to a structure gone", dangling, Struct("node", {}),
+      {"reference to a structure gone", dangling, Of("node", {}),
        Msgs(Mismatch("StructRefDefinition", "{{ node : { } }} "))},
       {"union case outside a structure", PayloadDef(), Opt(Str("x")), Msgs(Mismatch("INTEGER", "x"))},
       // The case field "payload" against its tag "kind": "A" requires it, "B" forbids it.
       {"tag unset, case unset", tagged, UnionValue(Unset(), Unset()), Msgs()},
       {"tag unset, case set", tagged, UnionValue(Unset(), Opt(Int(1))), Msgs(notag)},
       {"required and set", tagged, UnionValue(Opt(Str("A")), Opt(Int(1))), Msgs()},
-      {"required but unset", tagged, UnionValue(Opt(Str("A")), Unset()), Msgs(IsNotSet("u"))},
-      {"forbidden but set", tagged, UnionValue(Opt(Str("B")), Opt(Int(1))), Msgs(IsSet("B"))},
+      {"required but unset", tagged, UnionValue(Opt(Str("A")), Unset()), Msgs(CaseState("u", "A"))},
+      {"forbidden but set", tagged, UnionValue(Opt(Str("B")), Opt(Int(1))), Msgs(CaseState("u", "B"))},
       {"open, set", tagged, UnionValue(Opt(Str("C")), Opt(Int(1))), Msgs()},
-      {"tag that is no optional", plainTag, UnionValue(Str("B"), Opt(Int(1))), Msgs(IsSet("B"))},
+      {"tag that is no optional", plainTag, UnionValue(Str("B"), Opt(Int(1))), Msgs(CaseState("u", "B"))},
       {"an absent case is not checked", plainTag, UnionValue(Str("A"), nullptr), Msgs()},
-      {"tag that is no string", UnionDef(OptDef(IntDef())), UnionValue(Opt(Int(5)), Unset()),
-       Msgs(kNotAString)},
+      {"tag that is no string", UnionDef(OptD(IntD())), UnionValue(Opt(Int(5)), Unset()), Msgs(kNotAString)},
       {"case content checked", tagged, UnionValue(Opt(Str("A")), Opt(Str("x"))),
        Msgs(Mismatch("INTEGER", "x"))},
       {"union case under a dynamic structure",
-       DynamicStructureDefinition::GetInstance({{"kind", StrDef()}, {"payload", PayloadDef()}}),
-       UnionValue(Str("A"), Unset()), Msgs(IsNotSet("_dynS"))},
+       DynamicStructureDefinition::GetInstance({{"kind", StrD()}, {"payload", PayloadDef()}}),
+       UnionValue(Str("A"), Unset()), Msgs(CaseState("_dynS", "A"))},
       {"no tag field", tagged, UnionValue(nullptr, Opt(Int(1))),
        Msgs(Field("missing", "kind", "OPTIONAL", "Optional< 1>"))},
   };
@@ -250,20 +199,20 @@ TYPED_TEST(ValidatorTest, RulesSharedByAllModes) {
 }
 
 TYPED_TEST(ValidatorTest, FieldsOnlyInTheValue) {
-  const DefPtr definition = StructDef("s", {{"a", IntDef()}, {"c", IntDef()}});
+  const Def definition = StructD("s", {{"a", IntD()}, {"c", IntD()}});
   const std::string text = "{sd{ s : { a : INTEGER, c : INTEGER, } }} ";
   const bool strict = kStrictMatch<TypeParam>;
   // More fields than the definition: "c" is missing, and StrictMatch names the first extra.
-  ValPtr value = Struct("s", {{"a", Int(1)}, {"b", Int(2)}, {"zz", Int(3)}});
+  Val value = Of("s", {{"a", Int(1)}, {"b", Int(2)}, {"zz", Int(3)}});
   std::vector<MessageMatcher> expected{Field("missing", "c", text, value->ToString())};
   if (strict) expected.push_back(Field("extra", "b", text, value->ToString()));
   this->ExpectMessages(definition, value, expected);
   // No more fields than the definition: never an extra field.
-  value = Struct("s", {{"a", Int(1)}, {"zz", Int(3)}});
+  value = Of("s", {{"a", Int(1)}, {"zz", Int(3)}});
   this->ExpectMessages(definition, value, {Field("missing", "c", text, value->ToString())});
-  this->ExpectMessages(StructDef("s", {{"a", IntDef()}, {"c", OptDef(IntDef())}}), value, {});
+  this->ExpectMessages(StructD("s", {{"a", IntD()}, {"c", OptD(IntD())}}), value, {});
   // An error definition without a field map has no fields.
-  value = Struct<ErrorValue>("e", {{"code", Int(4)}});
+  value = Of<ErrorValue>("e", {{"code", Int(4)}});
   expected = {Field("extra", "code", "{ed{ e : { } }} ", value->ToString())};
   this->ExpectMessages(ErrorDefinition::GetInstance("e"), value, strict ? expected : decltype(expected){});
 }
@@ -274,8 +223,8 @@ TYPED_TEST(ValidatorTest, DefinitionValidateRunsLooseMatchPermissively) {
   MessageList errors;
   EXPECT_EQ((DataDefinition::Validate<Match, Mode>(SecretDefinition::GetInstance(), Str("pw"), errors)),
             !kStrictMatch<TypeParam> || kPermissive<TypeParam>);
-  EXPECT_EQ((DataDefinition::Validate<Match, Mode>(StructDef("s", {{"a", IntDef()}}),
-                                                   Struct("s", {{"a", Int(1)}, {"b", Int(2)}}), errors)),
+  EXPECT_EQ((DataDefinition::Validate<Match, Mode>(StructD("s", {{"a", IntD()}}),
+                                                   Of("s", {{"a", Int(1)}, {"b", Int(2)}}), errors)),
             !kStrictMatch<TypeParam>);
 }
 
@@ -307,95 +256,81 @@ TEST(Validator, PermissiveKindTable) {
 }
 
 TEST(Validator, PermissiveShapesAreRefusedByTheStrictMode) {
-  const DefPtr codeError = ErrorDefinition::GetInstance("e", {{"code", IntDef()}});
-  const DefPtr secret = SecretDefinition::GetInstance(), blob = BlobDefinition::GetInstance();
-  const DefPtr bareCase = UnionDef(StrDef());
+  const Def codeError = ErrorDefinition::GetInstance("e", {{"code", IntD()}});
+  const Def secret = SecretDefinition::GetInstance(), blob = BlobDefinition::GetInstance();
+  const Def bareCase = UnionDef(StrD());
   struct Row {
     const char* label;
-    DefPtr definition;
-    ValPtr value;
+    Def definition;
+    Val value;
     std::vector<MessageMatcher> permissive;
   };
   const Row rows[] = {
       {"string for secret", secret, Str("pw"), Msgs()},
       {"string for blob", blob, Str("AAEC"), Msgs()},
-      {"bare value for optional", OptDef(IntDef()), Int(5), Msgs()},
-      {"bare value of the wrong kind", OptDef(IntDef()), Str("x"), Msgs(Mismatch("INTEGER", "x"))},
+      {"bare value for optional", OptD(IntD()), Int(5), Msgs()},
+      {"bare value of the wrong kind", OptD(IntD()), Str("x"), Msgs(Mismatch("INTEGER", "x"))},
       // A bare case field counts as set; its content is checked first, alone.
       {"bare case, required", bareCase, UnionValue(Str("A"), Int(1)), Msgs()},
       {"bare case, open", bareCase, UnionValue(Str("C"), Int(1)), Msgs()},
-      {"bare case, forbidden", bareCase, UnionValue(Str("B"), Int(1)), Msgs(IsSet("B"))},
+      {"bare case, forbidden", bareCase, UnionValue(Str("B"), Int(1)), Msgs(CaseState("u", "B"))},
       {"bare case, forbidden, bad content", bareCase, UnionValue(Str("B"), Str("x")),
        Msgs(Mismatch("INTEGER", "x"))},
-      {"strings for secrets", ListDef(secret), List<ListValueString, std::string>({"a", "b"}), Msgs()},
-      {"strings for blobs", ListDef(blob), List<ListValueString, std::string>({"a"}), Msgs()},
-      {"strings", ListDef(StrDef()), List<ListValueString, std::string>({"a"}), Msgs()},
-      {"booleans", ListDef(BooleanDefinition::GetInstance()), List<ListValueBool>({true}), Msgs()},
-      {"longs", ListDef(IntDef()), List<ListValueLong>({1LL, 2LL}), Msgs()},
-      {"doubles", ListDef(DoubleDefinition::GetInstance()), List<ListValueDouble>({1.5}), Msgs()},
-      {"blobs", ListDef(blob), List<ListValueBlob>({ByteVector{1}}), Msgs()},
-      {"secrets", ListDef(secret), List<ListValueSecret>({SecretString("s")}), Msgs()},
-      {"longs for strings", ListDef(StrDef()), List<ListValueLong>({1LL}),
+      {"strings for secrets", ListD(secret), ListOf<ListValueString>({"a", "b"}), Msgs()},
+      {"strings for blobs", ListD(blob), ListOf<ListValueString>({"a"}), Msgs()},
+      {"strings", ListD(StrD()), ListOf<ListValueString>({"a"}), Msgs()},
+      {"booleans", ListD(BooleanDefinition::GetInstance()), ListOf<ListValueBool>({true}), Msgs()},
+      {"longs", ListD(IntD()), ListOf<ListValueLong>({1LL, 2LL}), Msgs()},
+      {"doubles", ListD(DoubleDefinition::GetInstance()), ListOf<ListValueDouble>({1.5}), Msgs()},
+      {"blobs", ListD(blob), ListOf<ListValueBlob>({ByteVector{1}}), Msgs()},
+      {"secrets", ListD(secret), ListOf<ListValueSecret>({SecretString("s")}), Msgs()},
+      {"longs for strings", ListD(StrD()), ListOf<ListValueLong>({1LL}),
        Msgs(Mismatch("LIST[STRING]", "[ 1, ] "))},
-      {"secrets for strings", ListDef(StrDef()), List<ListValueSecret>({SecretString("s")}),
+      {"secrets for strings", ListD(StrD()), ListOf<ListValueSecret>({SecretString("s")}),
        Msgs(Mismatch("LIST[STRING]", "[ <secret>, ] "))},
-      {"map for a list of structures", ListDef(StructDef("s", {{"a", IntDef()}})),
-       Struct("m", {{"k", Int(1)}}), Msgs()},
-      {"map for a list of integers", ListDef(IntDef()), Struct("m", {}),
+      {"map for a list of structures", ListD(StructD("s", {{"a", IntD()}})), Of("m", {{"k", Int(1)}}),
+       Msgs()},
+      {"map for a list of integers", ListD(IntD()), Of("m", {}),
        Msgs(Mismatch("LIST[INTEGER]", "{{ m : { } }} "))},
-      {"structure for an error", codeError, Struct("e", {{"code", Int(1)}}), Msgs()},
-      {"structure for an error, checked", codeError, Struct("e", {{"code", Str("x")}}),
+      {"structure for an error", codeError, Of("e", {{"code", Int(1)}}), Msgs()},
+      {"structure for an error, checked", codeError, Of("e", {{"code", Str("x")}}),
        Msgs(Mismatch("INTEGER", "x"))},
-      {"structure for a dynamic error, checked", DynamicErrorDefinition::GetInstance({{"code", IntDef()}}),
-       Struct("e", {}), Msgs(Field("missing", "code", "DynamicErrorDefinition", "{{ e : { } }} "))},
+      {"structure for a dynamic error, checked", DynamicErrorDefinition::GetInstance({{"code", IntD()}}),
+       Of("e", {}), Msgs(Field("missing", "code", "DynamicErrorDefinition", "{{ e : { } }} "))},
   };
-  const MessageMatcher mismatch = Property(&BaseMessage::id, "olma.data.type.mismatch");
   for (const Row& row : rows) {
     SCOPED_TRACE(row.label);
-    // A message from before must not hide this call's own, nor make it fail.
-    MessageList permissive{Message<CoreTag>("olma.data.invalid.type")}, strict;
-    std::vector<MessageMatcher> expected{::testing::_};
-    expected.insert(expected.end(), row.permissive.begin(), row.permissive.end());
+    MessageList permissive, strict;
     EXPECT_EQ((DataValidator::Validate<StrictMatch, ValidatorModePermissive>(row.definition, row.value,
                                                                              permissive)),
               row.permissive.empty());
-    EXPECT_THAT(permissive, ElementsAreArray(expected));
+    EXPECT_THAT(permissive, ElementsAreArray(row.permissive));
     EXPECT_FALSE(
         (DataValidator::Validate<StrictMatch, ValidatorModeStrict>(row.definition, row.value, strict)));
-    EXPECT_THAT(strict, ElementsAre(mismatch));
+    EXPECT_THAT(strict, ElementsAre(Property(&BaseMessage::id, "olma.data.type.mismatch")));
   }
 }
 
 TEST(Validator, NarrowDataTypeIntFollowsTheKind) {
-  const ValPtr list = List({Int(1)});
+  const Val list = ListOf({Int(1)});
   EXPECT_EQ((NarrowDataTypeInt<DataType::LIST, ListValue>(list)).get(), list.get());
   EXPECT_EQ((NarrowDataTypeInt<DataType::OPTIONAL, OptionalValue>(list)), nullptr);
   // The compound base is reached from errors as well as structures.
-  EXPECT_NE((NarrowDataTypeInt<DataType::INTERNALC, CompoundValue>(Struct<ErrorValue>("e", {}))), nullptr);
+  EXPECT_NE((NarrowDataTypeInt<DataType::INTERNALC, CompoundValue>(Of<ErrorValue>("e", {}))), nullptr);
 }
 
 // ---------------------------------------------------------------------------------------
 // Depth: nesting costs work-stack entries, not call depth.
 
-constexpr int kDepth = 1000000;
-
 TEST(Validator, MillionLevelsDeep) {
-  DefPtr optionalDef = IntDef(), listDef = IntDef();
-  ValPtr optional = Str("x"), list = Int(1);
-  // A structure "node" with an integer "v" and an optional reference to itself, "next".
-  const auto node = StructDefinition::GetInstance("node", {{"v", IntDef()}});
-  node->SetField("next", OptDef(StructRefDefinition::GetInstance(node)));
-  ValPtr chain = Struct("node", {{"v", Str("z")}});
-  for (int i = 0; i < 1000000; ++i) {
-    optionalDef = OptDef(optionalDef);
-    listDef = ListDef(listDef);
-    optional = Opt(optional);
-    list = List({list});
-    chain = Struct("node", {{"v", Int(i)}, {"next", Opt(chain)}});
-  }
+  const Def optionalDef = Nested(IntD(), "o"), listDef = Nested(IntD(), "l"), node = Node(IntD());
+  Val chain = Of("node", {{"value", Str("z")}});
+  for (int i = 0; i < 1000000; ++i) chain = Of("node", {{"value", Int(i)}, {"next", Opt(std::move(chain))}});
   MessageList errors;
-  EXPECT_TRUE((DataValidator::Validate<LooseMatch, ValidatorModeStrict>(listDef, list, errors)));
-  EXPECT_FALSE((DataValidator::Validate<StrictMatch, ValidatorModeStrict>(optionalDef, optional, errors)));
+  EXPECT_TRUE(
+      (DataValidator::Validate<LooseMatch, ValidatorModeStrict>(listDef, Nested(Int(1), "l"), errors)));
+  EXPECT_FALSE((
+      DataValidator::Validate<StrictMatch, ValidatorModeStrict>(optionalDef, Nested(Str("x"), "o"), errors)));
   // A bare value against a million optionals unwraps the whole chain in permissive mode.
   EXPECT_TRUE((DataValidator::Validate<StrictMatch, ValidatorModePermissive>(optionalDef, Int(1), errors)));
   EXPECT_FALSE(

@@ -13,6 +13,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "data/tree_test_support.h"
 #include "olma/core/base64.h"
 #include "olma/data/comparator.h"
 #include "olma/data/values.h"
@@ -20,6 +21,7 @@
 namespace {
 
 using namespace Olma::Data;
+using namespace Olma::Data::Testing;
 using Olma::ByteVector;
 using Olma::DateTime;
 using Olma::MessageList;
@@ -28,21 +30,6 @@ using testing::ElementsAre;
 using Strict = DataValueHelper::Strict;
 using Loose = DataValueHelper::Loose;
 using Ptr = DataValue::PtrConstType;
-using Texts = std::vector<std::string>;
-
-Ptr Str(std::string text) {
-  return StringValue::GetInstance(std::move(text));
-}
-
-// The id and arguments of each message.
-Texts Flatten(const MessageList& messages) {
-  Texts flat;
-  for (const auto& message : messages) {
-    flat.push_back(message.id());
-    flat.insert(flat.end(), message.args().begin(), message.args().end());
-  }
-  return flat;
-}
 
 // A value no conversion produces, to tell "left alone" from "overwritten".
 template <class T>
@@ -97,13 +84,13 @@ TYPED_TEST(ValueToNative, OnlyTheMatchingScalarClassConverts) {
   // turns back into its source.
   const std::pair<Ptr, std::string> sources[] = {
       {VoidValue::GetInstance(), "Void"},
-      {IntegerValue::GetInstance(42), "Long"},
+      {Int(42), "Long"},
       {DoubleValue::GetInstance(1.5), "Double"},
       {BooleanValue::GetInstance(false), "Boolean"},
       {BlobValue::GetInstance(ByteVector{1, 2}), "Blob"},
       {Str("2021-06-01T14:00:00.250Z"), "String"},
       {SecretValue::GetInstance(SecretString("pw")), "SecretString"},
-      {OptionalValue::GetInstance(Str("5")), "OPTIONAL"},
+      {Opt(Str("5")), "OPTIONAL"},
       {ListValue::GetInstance(), "LIST"},
       {ListValueString::GetInstance(), "_UNKNOWN"},
       {StructValue::GetInstance("s"), "STRUCTURE"},
@@ -169,12 +156,10 @@ TEST(ValueToNative, LooseReadsScalarsFromWholeTexts) {
               ElementsAre(ByteVector{1, 2, 3}, ByteVector{}));
   for (const std::string text : {"yes", "TRUE", "2", " 1", ""})
     EXPECT_EQ(Parse<bool>(text), std::nullopt) << text;
-  for (const std::string text : {"9223372036854775808", " 5", "5 ", "1.0", "0x10", ""}) {
+  for (const std::string text : {"9223372036854775808", " 5", "5 ", "1.0", "0x10", ""})
     EXPECT_EQ(Parse<long long>(text), std::nullopt) << text;
-  }
-  for (const std::string text : {"abc", " 1", "1 ", "1e309", "1,5", ""}) {
+  for (const std::string text : {"abc", " 1", "1 ", "1e309", "1,5", ""})
     EXPECT_EQ(Parse<double>(text), std::nullopt) << text;
-  }
 }
 
 TEST(ValueToNative, LooseTextFailuresWithDetail) {
@@ -208,23 +193,13 @@ TEST(ValueToNative, BothModesParseDateTimes) {
 // ---------------------------------------------------------------------------------------
 // Values by path
 
-template <class Compound = StructValue>
-Ptr Of(const std::string& name, std::initializer_list<std::pair<const char*, Ptr>> fields) {
-  auto compound = Compound::GetInstance(name);
-  for (const auto& [field, value] : fields) compound->SetField(field, value);
-  return compound;
-}
-
 TEST(GetValueByPath, EntersFieldsAndOptionalsAndStopsAtListsAndScalars) {
-  const Ptr five = IntegerValue::GetInstance(5), inner = Of("inner", {{"b", five}});
-  ListValue::PtrType list = ListValue::GetInstance();
-  list->push_back(inner);
-  const Ptr opt = OptionalValue::GetInstance(inner);
+  const Ptr five = Int(5), inner = Of("inner", {{"b", five}}), list = ListOf({inner}), opt = Opt(inner);
   const Ptr root = Of("root", {{"a", inner},
                                {"opt", opt},
-                               {"none", OptionalValue::GetInstance()},
+                               {"none", Unset()},
                                {"list", list},
-                               {"longs", ListValueLong::GetInstance()},
+                               {"longs", ListOf<ListValueLong>({})},
                                {"n", five},
                                {"empty", nullptr},
                                {"err", Of<ErrorValue>("e", {{"code", five}})},
@@ -258,10 +233,8 @@ TEST(GetValueByPath, EntersFieldsAndOptionalsAndStopsAtListsAndScalars) {
 }
 
 TEST(GetValueByPath, AMillionNestedOptionalsNeedNoDeepCallStack) {
-  const Ptr five = IntegerValue::GetInstance(5);
-  Ptr node = Of("s", {{"x", five}});
-  for (int i = 0; i < 1000000; ++i) node = OptionalValue::GetInstance(std::move(node));
-  EXPECT_EQ(DataValueHelpers::GetValueByPath("x", node), five);
+  const Ptr five = Int(5);
+  EXPECT_EQ(DataValueHelpers::GetValueByPath("x", Nested(Of("s", {{"x", five}}), "o")), five);
 }
 
 }  // namespace
