@@ -23,13 +23,13 @@
 
 #include <benchmark/benchmark.h>
 
+#include "call_driver.h"
 #include "olma/data/definitions.h"
 #include "olma/data/values.h"
 #include "olma/invocation/async_activation.h"
 #include "olma/invocation/execution_context.h"
 #include "olma/invocation/method_result.h"
 #include "olma/invocation/result_callback.h"
-#include "olma/provider/api_method_helper.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"
 
@@ -39,11 +39,9 @@ using namespace Olma::Data;
 using Olma::Core::AsyncActivation;
 using Olma::Core::AsyncApiResultCb;
 using Olma::Core::MethodResult;
-using Olma::Provider::ApiMethodHelper;
 using Olma::Provider::AsyncApiInterface;
 using Olma::Provider::AsyncApiMethod;
 using Olma::Provider::ErrorDefinitionList;
-using Olma::Provider::QualifiedMethodName;
 
 // A handler that answers with a structure holding one field of its input, shared, not
 // copied.
@@ -78,34 +76,6 @@ class EchoMethod final : public AsyncApiMethod {
   DataDefinition::PtrConstType output_;
   ErrorDefinitionList errors_;
 };
-
-// The dispatcher a transport runs for each request (see examples/demo.cpp).
-void Dispatch(const AsyncApiInterface& api, std::string_view methodName, const DataValue::PtrConstType& input,
-              const AsyncActivation::PtrType& activation, const AsyncApiResultCb::PtrType& deliver) {
-  Olma::MessageList messages;
-  AsyncApiMethod::PtrConstType method;
-  if (!api.method(methodName, method, messages)) {
-    (*deliver)(MethodResult::GetErrorInstance(
-        ErrorValue::Create("com.zorvex.olma.std.errors.operation_not_found", messages)));
-    return;
-  }
-  MethodResult::PtrConstType rejected;
-  if (!ApiMethodHelper::ValidateInput(QualifiedMethodName(api.id()->name(), method->name()), method->input(),
-                                      input, rejected)) {
-    (*deliver)(rejected);
-    return;
-  }
-  auto checked = std::make_shared<AsyncApiResultCb>([method, interfaceId = api.id(), deliver](
-                                                        const MethodResult::PtrConstType& result,
-                                                        const Olma::Core::Progress& progress,
-                                                        const AsyncApiResultCb::Continuation& next) {
-    if (!result) return (*deliver)(nullptr, progress, next);
-    const QualifiedMethodName name(interfaceId->name(), method->name());
-    (*deliver)(result->isError() ? ApiMethodHelper::ValidateError(name, method->errors(), result->error())
-                                 : ApiMethodHelper::ValidateOutput(name, method->output(), result->output()));
-  });
-  method->Invoke(activation, input, checked);
-}
 
 struct Fixture {
   AsyncApiInterface::PtrConstType api;
@@ -188,7 +158,7 @@ void BM_Dispatch(benchmark::State& state, const Fixture& (*fixture)()) {
       if (result->isError()) ++failures;
       benchmark::DoNotOptimize(result.get());
     });
-    Dispatch(*f.api, f.methodName, f.input, activation, deliver);
+    example::DispatchCall(*f.api, f.methodName, f.input, activation, deliver);
   }
   if (failures != 0) state.SkipWithError("a call failed");
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));

@@ -16,6 +16,7 @@
 #include <string>
 #include <utility>
 
+#include "call_driver.h"
 #include "olma/core/base64.h"
 #include "olma/core/format.h"
 #include "olma/core/gzip.h"
@@ -27,7 +28,6 @@
 #include "olma/invocation/method_definition.h"
 #include "olma/invocation/method_result.h"
 #include "olma/invocation/result_callback.h"
-#include "olma/provider/api_method_helper.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"
 
@@ -37,11 +37,9 @@ using namespace Olma::Data;
 using Olma::Core::AsyncActivation;
 using Olma::Core::AsyncApiResultCb;
 using Olma::Core::MethodResult;
-using Olma::Provider::ApiMethodHelper;
 using Olma::Provider::AsyncApiInterface;
 using Olma::Provider::AsyncApiMethod;
 using Olma::Provider::ErrorDefinitionList;
-using Olma::Provider::QualifiedMethodName;
 
 // ---------------------------------------------------------------------------------------
 // The service. A method is an AsyncApiMethod: its name, its declared types and a handler.
@@ -150,42 +148,6 @@ AsyncApiInterface::PtrConstType TasksInterface() {
 }
 
 // ---------------------------------------------------------------------------------------
-// The dispatcher: what a transport does with a parsed request. Exactly one result reaches
-// `deliver`, whatever the caller sent and whatever the handler did.
-
-void Dispatch(const AsyncApiInterface& api, const std::string& methodName,
-              const DataValue::PtrConstType& input, const AsyncActivation::PtrType& activation,
-              const AsyncApiResultCb::PtrType& deliver) {
-  // 1. Find the method.
-  Olma::MessageList messages;
-  AsyncApiMethod::PtrConstType method;
-  if (!api.method(methodName, method, messages)) {
-    (*deliver)(MethodResult::GetErrorInstance(
-        ErrorValue::Create("com.zorvex.olma.std.errors.operation_not_found", messages)));
-    return;
-  }
-  // 2. Check the input; a bad one never reaches the handler.
-  MethodResult::PtrConstType rejected;
-  if (!ApiMethodHelper::ValidateInput(QualifiedMethodName(api.id()->name(), method->name()), method->input(),
-                                      input, rejected)) {
-    (*deliver)(rejected);
-    return;
-  }
-  // 3. Run the handler. Its result is checked before the caller sees it (4.); the
-  //    callback holds what it needs, since the handler may answer after Dispatch returned.
-  auto checked = std::make_shared<AsyncApiResultCb>([method, interfaceId = api.id(), deliver](
-                                                        const MethodResult::PtrConstType& result,
-                                                        const Olma::Core::Progress& progress,
-                                                        const AsyncApiResultCb::Continuation& next) {
-    if (!result) return (*deliver)(nullptr, progress, next);  // progress passes through
-    const QualifiedMethodName name(interfaceId->name(), method->name());
-    (*deliver)(result->isError() ? ApiMethodHelper::ValidateError(name, method->errors(), result->error())
-                                 : ApiMethodHelper::ValidateOutput(name, method->output(), result->output()));
-  });
-  method->Invoke(activation, input, checked);
-}
-
-// ---------------------------------------------------------------------------------------
 // The caller.
 
 StructValue::PtrType Input(const std::string& name) {
@@ -202,12 +164,12 @@ void Call(const AsyncApiInterface& api, int number, const std::string& heading, 
   context->applicationContext()["username"] = "ann";
   auto activation = AsyncActivation::GetInstance(context);
 
-  Dispatch(api, methodName, input, activation,
-           std::make_shared<AsyncApiResultCb>([](const MethodResult::PtrConstType& result,
-                                                 const Olma::Core::Progress&,
-                                                 const AsyncApiResultCb::Continuation&) {
-             if (result) std::cout << "result: " << result->ToString() << "\n";
-           }));
+  example::DispatchCall(api, methodName, input, activation,
+                        std::make_shared<AsyncApiResultCb>([](const MethodResult::PtrConstType& result,
+                                                              const Olma::Core::Progress&,
+                                                              const AsyncApiResultCb::Continuation&) {
+                          if (result) std::cout << "result: " << result->ToString() << "\n";
+                        }));
 }
 
 // The helpers underneath: the formatter every text goes through, catalogue messages, and
