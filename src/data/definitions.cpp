@@ -150,25 +150,49 @@ void Insert(std::optional<DataDefinition::FieldMap>& fields, const std::string& 
 }  // namespace
 
 // Scalars: a kind and nothing else.
-#define OLMA_DEFINE_SCALAR_DEFINITION(Class, Kind, Slot)                     \
-  Class::Class(PrivConstructor) noexcept : DefinitionBase(DataType::Kind) {} \
-  Class::PtrType Class::GetInstance() {                                      \
-    return std::make_shared<Class>(PrivConstructor{});                       \
-  }                                                                          \
-  void Class::AcceptVisitor(DefinitionVisitor& visitor) const {              \
-    visitor.Slot(shared_from_this());                                        \
-  }
 
-OLMA_DEFINE_SCALAR_DEFINITION(VoidDefinition, VOID, VisitVoid)
-OLMA_DEFINE_SCALAR_DEFINITION(OpaqueDefinition, OPAQUE, VisitOpaque)
-OLMA_DEFINE_SCALAR_DEFINITION(IntegerDefinition, INTEGER, VisitInteger)
-OLMA_DEFINE_SCALAR_DEFINITION(DoubleDefinition, DOUBLE, VisitDouble)
-OLMA_DEFINE_SCALAR_DEFINITION(BooleanDefinition, BOOLEAN, VisitBoolean)
-OLMA_DEFINE_SCALAR_DEFINITION(BlobDefinition, BLOB, VisitBlob)
-OLMA_DEFINE_SCALAR_DEFINITION(StringDefinition, STRING, VisitString)
-OLMA_DEFINE_SCALAR_DEFINITION(SecretDefinition, SECRET, VisitSecret)
+namespace {
 
-#undef OLMA_DEFINE_SCALAR_DEFINITION
+void VisitSlot(DefinitionVisitor& v, VoidDefinition::PtrConstType d) {
+  v.VisitVoid(d);
+}
+void VisitSlot(DefinitionVisitor& v, OpaqueDefinition::PtrConstType d) {
+  v.VisitOpaque(d);
+}
+void VisitSlot(DefinitionVisitor& v, IntegerDefinition::PtrConstType d) {
+  v.VisitInteger(d);
+}
+void VisitSlot(DefinitionVisitor& v, DoubleDefinition::PtrConstType d) {
+  v.VisitDouble(d);
+}
+void VisitSlot(DefinitionVisitor& v, BooleanDefinition::PtrConstType d) {
+  v.VisitBoolean(d);
+}
+void VisitSlot(DefinitionVisitor& v, BlobDefinition::PtrConstType d) {
+  v.VisitBlob(d);
+}
+void VisitSlot(DefinitionVisitor& v, StringDefinition::PtrConstType d) {
+  v.VisitString(d);
+}
+void VisitSlot(DefinitionVisitor& v, SecretDefinition::PtrConstType d) {
+  v.VisitSecret(d);
+}
+
+}  // namespace
+
+template <DataType::EnumType Kind>
+void ScalarDefinition<Kind>::AcceptVisitor(DefinitionVisitor& visitor) const {
+  VisitSlot(visitor, this->shared_from_this());
+}
+
+template class ScalarDefinition<DataType::VOID>;
+template class ScalarDefinition<DataType::OPAQUE>;
+template class ScalarDefinition<DataType::INTEGER>;
+template class ScalarDefinition<DataType::DOUBLE>;
+template class ScalarDefinition<DataType::BOOLEAN>;
+template class ScalarDefinition<DataType::BLOB>;
+template class ScalarDefinition<DataType::STRING>;
+template class ScalarDefinition<DataType::SECRET>;
 
 // OptionalDefinition
 

@@ -14,20 +14,23 @@
 #include <memory>
 
 #include "olma/core/export.h"
+#include "olma/data/data_type.h"
 
 namespace Olma {
 namespace Data {
 
-class VoidDefinition;
-class OpaqueDefinition;
+template <DataType::EnumType Kind>
+class ScalarDefinition;
+using VoidDefinition = ScalarDefinition<DataType::VOID>;
+using OpaqueDefinition = ScalarDefinition<DataType::OPAQUE>;
+using IntegerDefinition = ScalarDefinition<DataType::INTEGER>;
+using DoubleDefinition = ScalarDefinition<DataType::DOUBLE>;
+using BooleanDefinition = ScalarDefinition<DataType::BOOLEAN>;
+using BlobDefinition = ScalarDefinition<DataType::BLOB>;
+using StringDefinition = ScalarDefinition<DataType::STRING>;
+using SecretDefinition = ScalarDefinition<DataType::SECRET>;
 class DynamicStructureDefinition;
 class DynamicErrorDefinition;
-class IntegerDefinition;
-class DoubleDefinition;
-class BooleanDefinition;
-class BlobDefinition;
-class StringDefinition;
-class SecretDefinition;
 class ErrorDefinition;
 class OptionalDefinition;
 class ListDefinition;

@@ -64,69 +64,31 @@ class OLMA_API DefinitionBase : public DataDefinition, public std::enable_shared
 // Scalars. Each renders as its kind: "VOID", "INTEGER", "DOUBLE", "BOOLEAN", "BLOB",
 // "STRING", "SECRET"; an opaque definition renders "VOID" as well.
 
-// VOID: the absence of a value.
-class OLMA_API VoidDefinition final : public Detail::DefinitionBase<VoidDefinition> {
+// A definition that is its kind and nothing else. The eight instantiations are
+// VoidDefinition (the absence of a value), OpaqueDefinition (any value at all, not
+// checked), IntegerDefinition (a signed 64-bit integer), DoubleDefinition (a 64-bit
+// floating-point number), BooleanDefinition, BlobDefinition (a byte vector),
+// StringDefinition (any byte string) and SecretDefinition (a SecretString); each is
+// visited through its own slot.
+template <DataType::EnumType Kind>
+class OLMA_API ScalarDefinition final : public Detail::DefinitionBase<ScalarDefinition<Kind>> {
  public:
-  explicit VoidDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
+  explicit ScalarDefinition(DataDefinition::PrivConstructor) noexcept
+      : Detail::DefinitionBase<ScalarDefinition<Kind>>(Kind) {}
+  static std::shared_ptr<ScalarDefinition> GetInstance() {
+    return std::make_shared<ScalarDefinition>(DataDefinition::PrivConstructor{});
+  }
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-// OPAQUE: any value at all, not checked.
-class OLMA_API OpaqueDefinition final : public Detail::DefinitionBase<OpaqueDefinition> {
- public:
-  explicit OpaqueDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
-};
-
-// INTEGER: a signed 64-bit integer.
-class OLMA_API IntegerDefinition final : public Detail::DefinitionBase<IntegerDefinition> {
- public:
-  explicit IntegerDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
-};
-
-// DOUBLE: a 64-bit floating-point number.
-class OLMA_API DoubleDefinition final : public Detail::DefinitionBase<DoubleDefinition> {
- public:
-  explicit DoubleDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
-};
-
-// BOOLEAN.
-class OLMA_API BooleanDefinition final : public Detail::DefinitionBase<BooleanDefinition> {
- public:
-  explicit BooleanDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
-};
-
-// BLOB: a byte vector.
-class OLMA_API BlobDefinition final : public Detail::DefinitionBase<BlobDefinition> {
- public:
-  explicit BlobDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
-};
-
-// STRING: any byte string.
-class OLMA_API StringDefinition final : public Detail::DefinitionBase<StringDefinition> {
- public:
-  explicit StringDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
-};
-
-// SECRET: a SecretString.
-class OLMA_API SecretDefinition final : public Detail::DefinitionBase<SecretDefinition> {
- public:
-  explicit SecretDefinition(PrivConstructor) noexcept;
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
-};
+extern template class ScalarDefinition<DataType::VOID>;
+extern template class ScalarDefinition<DataType::OPAQUE>;
+extern template class ScalarDefinition<DataType::INTEGER>;
+extern template class ScalarDefinition<DataType::DOUBLE>;
+extern template class ScalarDefinition<DataType::BOOLEAN>;
+extern template class ScalarDefinition<DataType::BLOB>;
+extern template class ScalarDefinition<DataType::STRING>;
+extern template class ScalarDefinition<DataType::SECRET>;
 
 // ---------------------------------------------------------------------------------------
 // Wrappers of one element.
