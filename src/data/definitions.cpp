@@ -228,15 +228,45 @@ void ListDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
   visitor.VisitList(shared_from_this());
 }
 
-// StructDefinition
+// Structure and error definitions
+
+namespace Detail {
+
+template <class Self, DataType::EnumType Kind>
+NamedFieldsDefinition<Self, Kind>::NamedFieldsDefinition(std::optional<std::string> name,
+                                                         std::optional<FieldMap> fields)
+    : DefinitionBase<Self>(Kind), name_(std::move(name)), fields_(std::move(fields)) {}
+
+template <class Self, DataType::EnumType Kind>
+NamedFieldsDefinition<Self, Kind>::~NamedFieldsDefinition() {
+  DefinitionReleaser::Release(fields_);
+}
+
+template <class Self, DataType::EnumType Kind>
+bool NamedFieldsDefinition<Self, Kind>::HasField(const std::string& name) const {
+  return Contains(fields_, name);
+}
+
+template <class Self, DataType::EnumType Kind>
+DataDefinition::PtrConstType NamedFieldsDefinition<Self, Kind>::field(const std::string& name,
+                                                                      MessageList& messages) const {
+  return FindField(fields_, name, *this, messages);
+}
+
+template <class Self, DataType::EnumType Kind>
+void NamedFieldsDefinition<Self, Kind>::SetField(const std::string& name,
+                                                 DataDefinition::PtrConstType definition) {
+  Insert(fields_, name, std::move(definition));
+}
+
+}  // namespace Detail
+
+template class Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+template class Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
 
 StructDefinition::StructDefinition(PrivConstructor, std::optional<std::string> name,
                                    std::optional<FieldMap> fields)
-    : DefinitionBase(DataType::STRUCTURE), name_(std::move(name)), fields_(std::move(fields)) {}
-
-StructDefinition::~StructDefinition() {
-  DefinitionReleaser::Release(fields_);
-}
+    : NamedFieldsDefinition(std::move(name), std::move(fields)) {}
 
 StructDefinition::PtrType StructDefinition::GetInstance(std::string name, FieldMap fields) {
   return std::make_shared<StructDefinition>(PrivConstructor{}, std::move(name), std::move(fields));
@@ -250,27 +280,9 @@ void StructDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
   visitor.VisitStruct(shared_from_this());
 }
 
-bool StructDefinition::HasField(const std::string& name) const {
-  return Contains(fields_, name);
-}
-
-DataDefinition::PtrConstType StructDefinition::field(const std::string& name, MessageList& messages) const {
-  return FindField(fields_, name, *this, messages);
-}
-
-void StructDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
-  Insert(fields_, name, std::move(definition));
-}
-
-// ErrorDefinition
-
 ErrorDefinition::ErrorDefinition(PrivConstructor, std::optional<std::string> name,
                                  std::optional<FieldMap> fields)
-    : DefinitionBase(DataType::ERROR), name_(std::move(name)), fields_(std::move(fields)) {}
-
-ErrorDefinition::~ErrorDefinition() {
-  DefinitionReleaser::Release(fields_);
-}
+    : NamedFieldsDefinition(std::move(name), std::move(fields)) {}
 
 ErrorDefinition::PtrType ErrorDefinition::GetInstance(std::string name) {
   return std::make_shared<ErrorDefinition>(PrivConstructor{}, std::move(name), std::nullopt);
@@ -286,18 +298,6 @@ ErrorDefinition::PtrType ErrorDefinition::GetInstance() {
 
 void ErrorDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
   visitor.VisitError(shared_from_this());
-}
-
-bool ErrorDefinition::HasField(const std::string& name) const {
-  return Contains(fields_, name);
-}
-
-DataDefinition::PtrConstType ErrorDefinition::field(const std::string& name, MessageList& messages) const {
-  return FindField(fields_, name, *this, messages);
-}
-
-void ErrorDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
-  Insert(fields_, name, std::move(definition));
 }
 
 // StructRefDefinition

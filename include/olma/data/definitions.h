@@ -130,17 +130,14 @@ class OLMA_API ListDefinition final : public Detail::DefinitionBase<ListDefiniti
 // ---------------------------------------------------------------------------------------
 // Compounds. Name and field map are each optional; an unset map behaves as an empty one.
 
-// STRUCTURE. Renders "{sd{ " name (or "<noname>") " : { " then per field in name order
-// name " : " definition (or "<unset>") ", ", then "} }} ".
-class OLMA_API StructDefinition final : public Detail::DefinitionBase<StructDefinition> {
+namespace Detail {
+
+// What structure and error definitions share: an optional name and an optional field map
+// ordered by name.
+template <class Self, DataType::EnumType Kind>
+class OLMA_API NamedFieldsDefinition : public DefinitionBase<Self> {
  public:
-  StructDefinition(PrivConstructor, std::optional<std::string> name, std::optional<FieldMap> fields);
-  ~StructDefinition() override;
-  // Name and field map both set.
-  static PtrType GetInstance(std::string name, FieldMap fields);
-  // Name and field map both unset.
-  static PtrType GetInstance();
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
+  using FieldMap = DataDefinition::FieldMap;
 
   const std::optional<std::string>& name() const noexcept { return name_; }
   const std::optional<FieldMap>& fields() const noexcept { return fields_; }
@@ -155,17 +152,36 @@ class OLMA_API StructDefinition final : public Detail::DefinitionBase<StructDefi
   void SetName(std::string name) { name_ = std::move(name); }
   void SetField(const std::string& name, DataDefinition::PtrConstType definition);
 
+ protected:
+  NamedFieldsDefinition(std::optional<std::string> name, std::optional<FieldMap> fields);
+  ~NamedFieldsDefinition() override;
+
  private:
-  friend class Detail::DefinitionReleaser;
+  friend class DefinitionReleaser;
   std::optional<std::string> name_;
   std::optional<FieldMap> fields_;
 };
 
+}  // namespace Detail
+
+// STRUCTURE. Renders "{sd{ " name (or "<noname>") " : { " then per field in name order
+// name " : " definition (or "<unset>") ", ", then "} }} ".
+class OLMA_API StructDefinition final
+    : public Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE> {
+ public:
+  StructDefinition(PrivConstructor, std::optional<std::string> name, std::optional<FieldMap> fields);
+  // Name and field map both set.
+  static PtrType GetInstance(std::string name, FieldMap fields);
+  // Name and field map both unset.
+  static PtrType GetInstance();
+  void AcceptVisitor(DefinitionVisitor& visitor) const override;
+};
+
 // ERROR: a structure-like error type. Renders as a structure, opening with "{ed{ ".
-class OLMA_API ErrorDefinition final : public Detail::DefinitionBase<ErrorDefinition> {
+class OLMA_API ErrorDefinition final
+    : public Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR> {
  public:
   ErrorDefinition(PrivConstructor, std::optional<std::string> name, std::optional<FieldMap> fields);
-  ~ErrorDefinition() override;
   // Name set, field map unset.
   static PtrType GetInstance(std::string name);
   // Name and field map both set.
@@ -173,23 +189,10 @@ class OLMA_API ErrorDefinition final : public Detail::DefinitionBase<ErrorDefini
   // Name and field map both unset.
   static PtrType GetInstance();
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
-
-  const std::optional<std::string>& name() const noexcept { return name_; }
-  const std::optional<FieldMap>& fields() const noexcept { return fields_; }
-
-  bool HasField(const std::string& name) const;
-  // As StructDefinition::field; the rendering in the message is this error definition's.
-  DataDefinition::PtrConstType field(const std::string& name, MessageList& messages) const;
-
-  // Builder access (see the top of this file).
-  void SetName(std::string name) { name_ = std::move(name); }
-  void SetField(const std::string& name, DataDefinition::PtrConstType definition);
-
- private:
-  friend class Detail::DefinitionReleaser;
-  std::optional<std::string> name_;
-  std::optional<FieldMap> fields_;
 };
+
+extern template class Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
 
 // STRUCTURE_REF: a non-owning reference to a structure, for recursive types. Renders
 // "StructRefDefinition"; the target is never followed by rendering.
