@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "data/comparator_detail.h"
+#include "data/ignoring_definition_visitor.h"
 #include "olma/data/adapter.h"
 #include "olma/data/definitions.h"
 
@@ -28,31 +29,9 @@ const FieldMap& FieldsOf(const std::optional<FieldMap>& fields) noexcept {
   return fields ? *fields : kNoFields;
 }
 
-// A visitor whose slots do nothing; the probes below override the slots they look for.
-class IgnoringDefinitionVisitor : public DefinitionVisitor {
- public:
-  void VisitVoid(const std::shared_ptr<const VoidDefinition>&) override {}
-  void VisitOpaque(const std::shared_ptr<const OpaqueDefinition>&) override {}
-  void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>&) override {}
-  void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>&) override {}
-  void VisitInteger(const std::shared_ptr<const IntegerDefinition>&) override {}
-  void VisitDouble(const std::shared_ptr<const DoubleDefinition>&) override {}
-  void VisitBoolean(const std::shared_ptr<const BooleanDefinition>&) override {}
-  void VisitBlob(const std::shared_ptr<const BlobDefinition>&) override {}
-  void VisitString(const std::shared_ptr<const StringDefinition>&) override {}
-  void VisitSecret(const std::shared_ptr<const SecretDefinition>&) override {}
-  void VisitError(const std::shared_ptr<const ErrorDefinition>&) override {}
-  void VisitOptional(const std::shared_ptr<const OptionalDefinition>&) override {}
-  void VisitList(const std::shared_ptr<const ListDefinition>&) override {}
-  void VisitStruct(const std::shared_ptr<const StructDefinition>&) override {}
-  void VisitStructRef(const std::shared_ptr<const StructRefDefinition>&) override {}
-  void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>&) override {}
-  void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>&) override {}
-};
-
 // Two classes share the kind OPTIONAL; this tells which one a definition is, and reads
 // the element of either.
-class OptionalShape final : public IgnoringDefinitionVisitor {
+class OptionalShape final : public Detail::IgnoringDefinitionVisitor {
  public:
   void VisitOptional(const std::shared_ptr<const OptionalDefinition>& definition) override {
     element = &definition->element();

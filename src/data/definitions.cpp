@@ -3,6 +3,7 @@
 #include <utility>
 #include <vector>
 
+#include "data/ignoring_definition_visitor.h"
 #include "olma/data/detail/tree_release.h"
 
 namespace Olma {
@@ -17,15 +18,10 @@ namespace Detail {
 // so each destructor finds nothing left to free. Only the composite kinds are visited;
 // OPTIONAL covers both optional and union-case definitions, which the visitor tells apart.
 //
-// The release list sees a use count of one through a relaxed load, which does not order
-// this thread after another owner that read the node and then dropped it. The visit does:
-// AcceptVisitor takes a shared pointer from the node's weak self-reference, an acquiring
-// read-modify-write of the count, before the children are moved out.
-//
 // A structure that is only reachable through references may be read by another thread
 // that locks a reference while its last owner is being released; the owner of a tree must
 // keep reference targets alive for as long as references are in use.
-class DefinitionReleaser final : public DefinitionVisitor {
+class DefinitionReleaser final : public IgnoringDefinitionVisitor {
  public:
   // Frees what `child` alone owns. Shared children and scalars need no work list.
   static void Release(DataDefinition::PtrConstType child) {
@@ -43,20 +39,12 @@ class DefinitionReleaser final : public DefinitionVisitor {
     Drain(pending);
   }
 
-  void VisitVoid(const std::shared_ptr<const VoidDefinition>&) override {}
-  void VisitOpaque(const std::shared_ptr<const OpaqueDefinition>&) override {}
   void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& definition) override {
     TakeFields(Mutable(definition).fields_, pending_);
   }
   void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& definition) override {
     TakeFields(Mutable(definition).fields_, pending_);
   }
-  void VisitInteger(const std::shared_ptr<const IntegerDefinition>&) override {}
-  void VisitDouble(const std::shared_ptr<const DoubleDefinition>&) override {}
-  void VisitBoolean(const std::shared_ptr<const BooleanDefinition>&) override {}
-  void VisitBlob(const std::shared_ptr<const BlobDefinition>&) override {}
-  void VisitString(const std::shared_ptr<const StringDefinition>&) override {}
-  void VisitSecret(const std::shared_ptr<const SecretDefinition>&) override {}
   void VisitError(const std::shared_ptr<const ErrorDefinition>& definition) override {
     TakeFields(Mutable(definition).fields_, pending_);
   }
@@ -69,8 +57,6 @@ class DefinitionReleaser final : public DefinitionVisitor {
   void VisitStruct(const std::shared_ptr<const StructDefinition>& definition) override {
     TakeFields(Mutable(definition).fields_, pending_);
   }
-  void VisitStructRef(const std::shared_ptr<const StructRefDefinition>&) override {}
-  void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>&) override {}
   void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& definition) override {
     Take(Mutable(definition).element_);
   }
@@ -194,14 +180,27 @@ template class ScalarDefinition<DataType::BLOB>;
 template class ScalarDefinition<DataType::STRING>;
 template class ScalarDefinition<DataType::SECRET>;
 
-// OptionalDefinition
+// Definitions wrapping one element
 
-OptionalDefinition::OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element)
-    : DefinitionBase(DataType::OPTIONAL), element_(std::move(element)) {}
+namespace Detail {
 
-OptionalDefinition::~OptionalDefinition() {
+template <class Self, DataType::EnumType Kind>
+ElementDefinition<Self, Kind>::ElementDefinition(DataDefinition::PtrConstType element)
+    : DefinitionBase<Self>(Kind), element_(std::move(element)) {}
+
+template <class Self, DataType::EnumType Kind>
+ElementDefinition<Self, Kind>::~ElementDefinition() {
   DefinitionReleaser::Release(std::move(element_));
 }
+
+}  // namespace Detail
+
+template class Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
+template class Detail::ElementDefinition<ListDefinition, DataType::LIST>;
+template class Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
+
+OptionalDefinition::OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element)
+    : ElementDefinition(std::move(element)) {}
 
 OptionalDefinition::PtrType OptionalDefinition::GetInstance(DataDefinition::PtrConstType element) {
   return std::make_shared<OptionalDefinition>(PrivConstructor{}, std::move(element));
@@ -211,14 +210,8 @@ void OptionalDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
   visitor.VisitOptional(shared_from_this());
 }
 
-// ListDefinition
-
 ListDefinition::ListDefinition(PrivConstructor, DataDefinition::PtrConstType element)
-    : DefinitionBase(DataType::LIST), element_(std::move(element)) {}
-
-ListDefinition::~ListDefinition() {
-  DefinitionReleaser::Release(std::move(element_));
-}
+    : ElementDefinition(std::move(element)) {}
 
 ListDefinition::PtrType ListDefinition::GetInstance(DataDefinition::PtrConstType element) {
   return std::make_shared<ListDefinition>(PrivConstructor{}, std::move(element));
@@ -233,34 +226,37 @@ void ListDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
 namespace Detail {
 
 template <class Self, DataType::EnumType Kind>
-NamedFieldsDefinition<Self, Kind>::NamedFieldsDefinition(std::optional<std::string> name,
-                                                         std::optional<FieldMap> fields)
-    : DefinitionBase<Self>(Kind), name_(std::move(name)), fields_(std::move(fields)) {}
+FieldsDefinition<Self, Kind>::FieldsDefinition(std::optional<FieldMap> fields)
+    : DefinitionBase<Self>(Kind), fields_(std::move(fields)) {}
 
 template <class Self, DataType::EnumType Kind>
-NamedFieldsDefinition<Self, Kind>::~NamedFieldsDefinition() {
+FieldsDefinition<Self, Kind>::~FieldsDefinition() {
   DefinitionReleaser::Release(fields_);
 }
 
 template <class Self, DataType::EnumType Kind>
+void FieldsDefinition<Self, Kind>::SetField(const std::string& name,
+                                            DataDefinition::PtrConstType definition) {
+  Insert(fields_, name, std::move(definition));
+}
+
+template <class Self, DataType::EnumType Kind>
 bool NamedFieldsDefinition<Self, Kind>::HasField(const std::string& name) const {
-  return Contains(fields_, name);
+  return Contains(this->fields(), name);
 }
 
 template <class Self, DataType::EnumType Kind>
 DataDefinition::PtrConstType NamedFieldsDefinition<Self, Kind>::field(const std::string& name,
                                                                       MessageList& messages) const {
-  return FindField(fields_, name, *this, messages);
-}
-
-template <class Self, DataType::EnumType Kind>
-void NamedFieldsDefinition<Self, Kind>::SetField(const std::string& name,
-                                                 DataDefinition::PtrConstType definition) {
-  Insert(fields_, name, std::move(definition));
+  return FindField(this->fields(), name, *this, messages);
 }
 
 }  // namespace Detail
 
+template class Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+template class Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
+template class Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE>;
+template class Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
 template class Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
 template class Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
 
@@ -334,11 +330,7 @@ void StructRefDefinition::SetTarget(const std::shared_ptr<const StructDefinition
 // DynamicStructureDefinition
 
 DynamicStructureDefinition::DynamicStructureDefinition(PrivConstructor, std::optional<FieldMap> fields)
-    : DefinitionBase(DataType::DYNAMIC_STRUCTURE), fields_(std::move(fields)) {}
-
-DynamicStructureDefinition::~DynamicStructureDefinition() {
-  DefinitionReleaser::Release(fields_);
-}
+    : FieldsDefinition(std::move(fields)) {}
 
 DynamicStructureDefinition::PtrType DynamicStructureDefinition::GetInstance() {
   return std::make_shared<DynamicStructureDefinition>(PrivConstructor{}, std::nullopt);
@@ -352,18 +344,10 @@ void DynamicStructureDefinition::AcceptVisitor(DefinitionVisitor& visitor) const
   visitor.VisitDynamicStructure(shared_from_this());
 }
 
-void DynamicStructureDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
-  Insert(fields_, name, std::move(definition));
-}
-
 // DynamicErrorDefinition
 
 DynamicErrorDefinition::DynamicErrorDefinition(PrivConstructor, std::optional<FieldMap> fields)
-    : DefinitionBase(DataType::ANY_ERROR), fields_(std::move(fields)) {}
-
-DynamicErrorDefinition::~DynamicErrorDefinition() {
-  DefinitionReleaser::Release(fields_);
-}
+    : FieldsDefinition(std::move(fields)) {}
 
 DynamicErrorDefinition::PtrType DynamicErrorDefinition::GetInstance() {
   return std::make_shared<DynamicErrorDefinition>(PrivConstructor{}, std::nullopt);
@@ -375,10 +359,6 @@ DynamicErrorDefinition::PtrType DynamicErrorDefinition::GetInstance(FieldMap fie
 
 void DynamicErrorDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
   visitor.VisitDynamicError(shared_from_this());
-}
-
-void DynamicErrorDefinition::SetField(const std::string& name, DataDefinition::PtrConstType definition) {
-  Insert(fields_, name, std::move(definition));
 }
 
 // IsOneOfDefinition
@@ -398,14 +378,9 @@ void IsOneOfDefinition::AcceptVisitor(DefinitionVisitor& visitor) const {
 
 UnionCaseDefinition::UnionCaseDefinition(PrivConstructor, DataDefinition::PtrConstType element,
                                          std::string tagFieldName, CasePredicate predicate)
-    : DefinitionBase(DataType::OPTIONAL),
-      element_(std::move(element)),
+    : ElementDefinition(std::move(element)),
       tagFieldName_(std::move(tagFieldName)),
       predicate_(std::move(predicate)) {}
-
-UnionCaseDefinition::~UnionCaseDefinition() {
-  DefinitionReleaser::Release(std::move(element_));
-}
 
 UnionCaseDefinition::PtrType UnionCaseDefinition::GetInstance(DataDefinition::PtrConstType element,
                                                               std::string tagFieldName,

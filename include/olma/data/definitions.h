@@ -93,73 +93,96 @@ extern template class ScalarDefinition<DataType::SECRET>;
 // ---------------------------------------------------------------------------------------
 // Wrappers of one element.
 
-// OPTIONAL: the element, or nothing. Renders "OPTIONAL<" element ">".
-class OLMA_API OptionalDefinition final : public Detail::DefinitionBase<OptionalDefinition> {
- public:
-  OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element);
-  ~OptionalDefinition() override;
-  static PtrType GetInstance(DataDefinition::PtrConstType element);
-  void AcceptVisitor(DefinitionVisitor& visitor) const override;
+namespace Detail {
 
+// What definitions wrapping one element share: the element, freed without recursion.
+template <class Self, DataType::EnumType Kind>
+class OLMA_API ElementDefinition : public DefinitionBase<Self> {
+ public:
   const DataDefinition::PtrConstType& element() const noexcept { return element_; }
   // Builder access (see the top of this file).
   void SetElement(DataDefinition::PtrConstType element) noexcept { element_ = std::move(element); }
 
+ protected:
+  explicit ElementDefinition(DataDefinition::PtrConstType element);
+  ~ElementDefinition() override;
+
  private:
-  friend class Detail::DefinitionReleaser;
+  friend class DefinitionReleaser;
   DataDefinition::PtrConstType element_;
+};
+
+}  // namespace Detail
+
+// OPTIONAL: the element, or nothing. Renders "OPTIONAL<" element ">".
+class OLMA_API OptionalDefinition final
+    : public Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL> {
+ public:
+  OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element);
+  static PtrType GetInstance(DataDefinition::PtrConstType element);
+  void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
 // LIST: any number of elements. Renders "LIST[" element "]".
-class OLMA_API ListDefinition final : public Detail::DefinitionBase<ListDefinition> {
+class OLMA_API ListDefinition final : public Detail::ElementDefinition<ListDefinition, DataType::LIST> {
  public:
   ListDefinition(PrivConstructor, DataDefinition::PtrConstType element);
-  ~ListDefinition() override;
   static PtrType GetInstance(DataDefinition::PtrConstType element);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
-
-  const DataDefinition::PtrConstType& element() const noexcept { return element_; }
-  // Builder access (see the top of this file).
-  void SetElement(DataDefinition::PtrConstType element) noexcept { element_ = std::move(element); }
-
- private:
-  friend class Detail::DefinitionReleaser;
-  DataDefinition::PtrConstType element_;
 };
+
+extern template class Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
+extern template class Detail::ElementDefinition<ListDefinition, DataType::LIST>;
 
 // ---------------------------------------------------------------------------------------
 // Compounds. Name and field map are each optional; an unset map behaves as an empty one.
 
 namespace Detail {
 
-// What structure and error definitions share: an optional name and an optional field map
-// ordered by name.
+// What definitions with fields share: an optional field map ordered by name, freed
+// without recursion.
 template <class Self, DataType::EnumType Kind>
-class OLMA_API NamedFieldsDefinition : public DefinitionBase<Self> {
+class OLMA_API FieldsDefinition : public DefinitionBase<Self> {
+ public:
+  using FieldMap = DataDefinition::FieldMap;
+
+  const std::optional<FieldMap>& fields() const noexcept { return fields_; }
+
+  // Builder access (see the top of this file). Inserts or replaces, setting the map if it
+  // was unset.
+  void SetField(const std::string& name, DataDefinition::PtrConstType definition);
+
+ protected:
+  explicit FieldsDefinition(std::optional<FieldMap> fields);
+  ~FieldsDefinition() override;
+
+ private:
+  friend class DefinitionReleaser;
+  std::optional<FieldMap> fields_;
+};
+
+// Structure and error definitions add an optional name and field lookup.
+template <class Self, DataType::EnumType Kind>
+class OLMA_API NamedFieldsDefinition : public FieldsDefinition<Self, Kind> {
  public:
   using FieldMap = DataDefinition::FieldMap;
 
   const std::optional<std::string>& name() const noexcept { return name_; }
-  const std::optional<FieldMap>& fields() const noexcept { return fields_; }
 
   bool HasField(const std::string& name) const;
   // The definition of field `name`. A missing field appends "olma.data.struct.missing.fields"
   // (arguments: the field name and this definition's rendering) and returns an empty pointer.
   DataDefinition::PtrConstType field(const std::string& name, MessageList& messages) const;
 
-  // Builder access (see the top of this file). SetField inserts or replaces, setting the
-  // map if it was unset.
+  // Builder access (see the top of this file).
   void SetName(std::string name) { name_ = std::move(name); }
-  void SetField(const std::string& name, DataDefinition::PtrConstType definition);
 
  protected:
-  NamedFieldsDefinition(std::optional<std::string> name, std::optional<FieldMap> fields);
-  ~NamedFieldsDefinition() override;
+  NamedFieldsDefinition(std::optional<std::string> name, std::optional<FieldMap> fields)
+      : FieldsDefinition<Self, Kind>(std::move(fields)), name_(std::move(name)) {}
 
  private:
-  friend class DefinitionReleaser;
   std::optional<std::string> name_;
-  std::optional<FieldMap> fields_;
 };
 
 }  // namespace Detail
@@ -191,6 +214,8 @@ class OLMA_API ErrorDefinition final
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
+extern template class Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
 extern template class Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
 extern template class Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
 
@@ -220,44 +245,31 @@ class OLMA_API StructRefDefinition final : public Detail::DefinitionBase<StructR
 
 // DYNAMIC_STRUCTURE: a structure whose fields are only partly known, if at all. Renders
 // "DynamicStructureDefinition".
-class OLMA_API DynamicStructureDefinition final : public Detail::DefinitionBase<DynamicStructureDefinition> {
+class OLMA_API DynamicStructureDefinition final
+    : public Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE> {
  public:
   DynamicStructureDefinition(PrivConstructor, std::optional<FieldMap> fields);
-  ~DynamicStructureDefinition() override;
   // Field map unset.
   static PtrType GetInstance();
   // The fields such a structure is known to carry.
   static PtrType GetInstance(FieldMap fields);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
-
-  const std::optional<FieldMap>& fields() const noexcept { return fields_; }
-  // Builder access (see the top of this file).
-  void SetField(const std::string& name, DataDefinition::PtrConstType definition);
-
- private:
-  friend class Detail::DefinitionReleaser;
-  std::optional<FieldMap> fields_;
 };
 
 // ANY_ERROR: an error of any error type. Renders "DynamicErrorDefinition".
-class OLMA_API DynamicErrorDefinition final : public Detail::DefinitionBase<DynamicErrorDefinition> {
+class OLMA_API DynamicErrorDefinition final
+    : public Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR> {
  public:
   DynamicErrorDefinition(PrivConstructor, std::optional<FieldMap> fields);
-  ~DynamicErrorDefinition() override;
   // Field map unset.
   static PtrType GetInstance();
   // The fields such an error is known to carry.
   static PtrType GetInstance(FieldMap fields);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
-
-  const std::optional<FieldMap>& fields() const noexcept { return fields_; }
-  // Builder access (see the top of this file).
-  void SetField(const std::string& name, DataDefinition::PtrConstType definition);
-
- private:
-  friend class Detail::DefinitionReleaser;
-  std::optional<FieldMap> fields_;
 };
+
+extern template class Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE>;
+extern template class Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
 
 // ---------------------------------------------------------------------------------------
 // Restricted kinds, each visited through a slot of its own.
@@ -286,19 +298,18 @@ class OLMA_API IsOneOfDefinition final : public Detail::DefinitionBase<IsOneOfDe
 // An OPTIONAL field of a structure whose presence depends on the value of another field of
 // that structure, the tag field. The predicate answers, for the tag's value, true, false or
 // indeterminate; the validator decides what each answer requires. Renders "OPTIONAL".
-class OLMA_API UnionCaseDefinition final : public Detail::DefinitionBase<UnionCaseDefinition> {
+class OLMA_API UnionCaseDefinition final
+    : public Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL> {
  public:
   using CasePredicate = std::function<boost::logic::tribool(const std::string&)>;
 
   UnionCaseDefinition(PrivConstructor, DataDefinition::PtrConstType element, std::string tagFieldName,
                       CasePredicate predicate);
-  ~UnionCaseDefinition() override;
   static PtrType GetInstance(DataDefinition::PtrConstType element, std::string tagFieldName,
                              CasePredicate predicate);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
-  // The definition of the field's content when it is present.
-  const DataDefinition::PtrConstType& element() const noexcept { return element_; }
+  // element() is the definition of the field's content when it is present.
   const std::string& tagFieldName() const noexcept { return tagFieldName_; }
   const CasePredicate& predicate() const noexcept { return predicate_; }
 
@@ -311,11 +322,11 @@ class OLMA_API UnionCaseDefinition final : public Detail::DefinitionBase<UnionCa
   static bool Compare(const PtrConstType& a, const PtrConstType& b) noexcept;
 
  private:
-  friend class Detail::DefinitionReleaser;
-  DataDefinition::PtrConstType element_;
   std::string tagFieldName_;
   CasePredicate predicate_;
 };
+
+extern template class Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
 
 }  // namespace Data
 }  // namespace Olma
