@@ -1,8 +1,10 @@
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "definition_parts.h"
 #include "olma/data/adapter.h"
+#include "olma/data/definitions.h"
 #include "olma/data/introspection.h"
 
 namespace Olma {
@@ -29,39 +31,89 @@ using Engine = DataAdapter<const DataDefinition*, std::string_view, Writer>;
 void WriteMethod(const DataDefinition* const& definition, const std::string_view& piece, Engine& engine,
                  Writer& writer);
 
-// "<", then each field's name and definition in ascending name order, then ">". The closing
-// piece is queued first and the fields in descending order, so they come out ascending.
+// Kinds that are written as their name alone: written at once instead of queued, which
+// spares an entry for most nodes of a typical definition.
+bool IsLeaf(const DataDefinition& definition) {
+  switch (definition.type()) {
+    case DataType::VOID:
+    case DataType::INTEGER:
+    case DataType::DOUBLE:
+    case DataType::BOOLEAN:
+    case DataType::BLOB:
+    case DataType::STRING:
+    case DataType::OPAQUE:
+    case DataType::SECRET:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// "<", then each field's name and definition in ascending name order, then ">". Leading
+// fields whose definitions are leaves are written at once; from the first field that has
+// children on, the rest is queued: the closing piece first and the fields in descending
+// order, so that they come out ascending with ">" last.
 void WriteFields(const DataDefinition::FieldMap& fields, Engine& engine, Writer& writer) {
   writer.Piece("<");
-  engine.Push(nullptr, ">", &WriteMethod);
-  for (auto field = fields.rbegin(); field != fields.rend(); ++field) {
-    if (field->second) engine.Push(field->second.get(), {}, &WriteMethod);
-    engine.Push(nullptr, field->first, &WriteMethod);
+  auto field = fields.begin();
+  for (; field != fields.end() && (!field->second || IsLeaf(*field->second)); ++field) {
+    writer.Piece(field->first);
+    if (field->second) writer.Piece(Detail::KindName(field->second->type()));
   }
+  if (field == fields.end()) return writer.Piece(">");
+  engine.Push(nullptr, ">", &WriteMethod);
+  for (auto last = fields.end(); last != field;) {
+    --last;
+    if (last->second) engine.Push(last->second.get(), {}, &WriteMethod);
+    engine.Push(nullptr, last->first, &WriteMethod);
+  }
+}
+
+std::string_view NameOf(const std::optional<std::string>& name) {
+  return name ? std::string_view(*name) : std::string_view();
 }
 
 void WriteMethod(const DataDefinition* const& definition, const std::string_view& piece, Engine& engine,
                  Writer& writer) {
   if (definition == nullptr) return writer.Piece(piece);
-  const Detail::DefinitionParts parts(*definition);
   writer.Piece(Detail::KindName(definition->type()));
+  // Every kind but OPTIONAL has one class; an OPTIONAL may also be a union case.
   switch (definition->type()) {
-    case DataType::OPTIONAL:
-    case DataType::LIST:
+    case DataType::OPTIONAL: {
+      const Detail::DefinitionParts parts(*definition);
       if (*parts.element) engine.Push(parts.element->get(), {}, &WriteMethod);
       return;
+    }
+    case DataType::LIST: {
+      const DataDefinition::PtrConstType& element = static_cast<const ListDefinition&>(*definition).element();
+      if (element) engine.Push(element.get(), {}, &WriteMethod);
+      return;
+    }
     case DataType::STRUCTURE_REF:
-      writer.Piece(*parts.name ? std::string_view(**parts.name) : std::string_view());
+      return writer.Piece(NameOf(static_cast<const StructRefDefinition&>(*definition).name()));
+    case DataType::STRUCTURE: {
+      const auto& structure = static_cast<const StructDefinition&>(*definition);
+      writer.Piece(NameOf(structure.name()));
+      if (structure.fields() && !structure.fields()->empty())
+        WriteFields(*structure.fields(), engine, writer);
       return;
-    case DataType::STRUCTURE:
-    case DataType::ERROR:
-      writer.Piece(*parts.name ? std::string_view(**parts.name) : std::string_view());
-      [[fallthrough]];
-    case DataType::DYNAMIC_STRUCTURE:
-    case DataType::ANY_ERROR:
-      if (parts.fieldMap() != nullptr && !parts.fieldMap()->empty())
-        WriteFields(*parts.fieldMap(), engine, writer);
+    }
+    case DataType::ERROR: {
+      const auto& error = static_cast<const ErrorDefinition&>(*definition);
+      writer.Piece(NameOf(error.name()));
+      if (error.fields() && !error.fields()->empty()) WriteFields(*error.fields(), engine, writer);
       return;
+    }
+    case DataType::DYNAMIC_STRUCTURE: {
+      const auto& fields = static_cast<const DynamicStructureDefinition&>(*definition).fields();
+      if (fields && !fields->empty()) WriteFields(*fields, engine, writer);
+      return;
+    }
+    case DataType::ANY_ERROR: {
+      const auto& fields = static_cast<const DynamicErrorDefinition&>(*definition).fields();
+      if (fields && !fields->empty()) WriteFields(*fields, engine, writer);
+      return;
+    }
     default:
       return;
   }

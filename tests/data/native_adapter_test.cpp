@@ -348,6 +348,20 @@ TEST(NativeAdapters, LibraryMessagesTravelAsLocalizableMessages) {
             "STRING >");
 }
 
+TEST(NativeAdapters, OperationInputCarriesItsArgumentsAsFields) {
+  OperationInput input;
+  input.arguments["b"].value = Str("x");
+  input.arguments["a"].value = ListOf({Int(1)});
+  MessageList messages;
+  Val value;
+  ASSERT_TRUE(NativeToValueAdapter::Adapt(input, value, messages));
+  EXPECT_EQ(value->ToString(), "{{ operation-input : { a : [ 1, ] , b : x, } }} ");
+  OperationInput back;
+  ASSERT_TRUE(ValueToNativeAdapter::Adapt(value, back, messages));
+  EXPECT_EQ(back.arguments.size(), 2u);
+  EXPECT_EQ(back.arguments.at("a").value, input.arguments.at("a").value);
+}
+
 TEST(NativeAdapters, LongChainOfSharedPointersConvertsBothWaysWithAFlatStack) {
   constexpr long long kLength = 100000;
   auto head = std::make_shared<Node>();

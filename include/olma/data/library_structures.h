@@ -1,6 +1,7 @@
 // The library's own native structures as the native adapters see them: a message
 // (BaseMessage, "com.zorvex.olma.std.localizable_message"), one element of a map
-// (MapEntry, "map-entry").
+// (MapEntry, "map-entry"), the named arguments of an operation (OperationInput,
+// "operation-input").
 //
 //   DataValue::PtrConstType wire;
 //   NativeToValueAdapter::Adapt(messages, wire, errors);   // a list of message structures
@@ -13,6 +14,7 @@
 #pragma once
 
 #include <list>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -76,6 +78,30 @@ struct MapEntry {
       helper.template AddField<K>("key");
       helper.template AddField<V>("value");
     }
+  };
+};
+
+// The input of an operation as one structure whose fields are its named arguments, each
+// carried as the value it is. Its definition is a structure without declared fields: the
+// arguments are only known from the operation's own input definition.
+struct OperationInput {
+  static constexpr std::string_view kTypeName = "operation-input";
+  std::map<std::string, Opaque> arguments;
+};
+
+template <>
+struct AdapterHelperOf<OperationInput> {
+  struct type {
+    static void AddFields(NativeToValueAdapter::CompoundHelper<StructValue>& helper,
+                          const OperationInput& input) {
+      for (const auto& [name, argument] : input.arguments) helper.AddField(name, &argument);
+    }
+    static void AddFields(ValueToNativeAdapter::CompoundHelper<StructValue>& helper, OperationInput& input) {
+      input.arguments.clear();
+      for (const auto& [name, value] : helper.source().fields()) input.arguments[name].value = value;
+    }
+    template <class Helper>
+    static void AddDefinitionFields(Helper&) {}
   };
 };
 

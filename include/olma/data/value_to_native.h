@@ -115,6 +115,9 @@ class ValueToNativeAdapter {
       return errors_.size() == before;
     }
 
+    // The structure being read, for helpers whose fields are only known at run time.
+    const CompoundValue& source() const noexcept { return source_; }
+
    private:
     const CompoundValue& source_;
     Engine& engine_;
