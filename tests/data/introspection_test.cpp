@@ -1,3 +1,4 @@
+#include <random>
 #include <string>
 #include <vector>
 
@@ -140,6 +141,67 @@ TEST(Introspection, CanonicalText) {
   std::ostringstream stream;
   RawDefinitionAdapter::Adapt(point, stream);
   EXPECT_EQ(stream.str(), bare);
+}
+
+// A random definition at most `depth` levels deep; references point at enclosing structures.
+Def Random(std::mt19937& random, int depth, std::vector<StructDefinition::PtrType>& enclosing) {
+  const unsigned pick = depth == 0 ? random() % 8 : random() % 15;
+  switch (pick) {
+    case 0:
+      return IntD();
+    case 1:
+      return StrD();
+    case 2:
+      return DataDefinition::Create<double>();
+    case 3:
+      return DataDefinition::Create<bool>();
+    case 4:
+      return DataDefinition::Create<ByteVector>();
+    case 5:
+      return DataDefinition::Create<SecretString>();
+    case 6:
+      return DataDefinition::Create<Opaque>();
+    case 7:
+      return DataDefinition::Create<Void>();
+    case 8:
+      return OptD(Random(random, depth - 1, enclosing));
+    case 9:
+      return ListD(Random(random, depth - 1, enclosing));
+    case 10:
+      return DynamicErrorDefinition::GetInstance();
+    case 11:
+      if (!enclosing.empty()) return StructRefDefinition::GetInstance(enclosing[random() % enclosing.size()]);
+      [[fallthrough]];
+    default: {
+      const std::string name = "s" + std::to_string(random() % 4);
+      if (pick == 12) {
+        auto error = ErrorDefinition::GetInstance(name, {});
+        for (unsigned i = random() % 3; i > 0; --i)
+          error->SetField("e" + std::to_string(i), Random(random, depth - 1, enclosing));
+        return error;
+      }
+      auto structure = StructDefinition::GetInstance(name, {});
+      enclosing.push_back(structure);
+      for (unsigned i = random() % 4; i > 0; --i)
+        structure->SetField("f" + std::to_string(random() % 6), Random(random, depth - 1, enclosing));
+      enclosing.pop_back();
+      return structure;
+    }
+  }
+}
+
+TEST(Introspection, GeneratedDefinitionsRoundTripToTheSameText) {
+  std::mt19937 random(11);
+  for (int round = 0; round < 300; ++round) {
+    std::vector<StructDefinition::PtrType> enclosing;
+    const Def definition = Random(random, 6, enclosing);
+    SCOPED_TRACE(Text(definition));
+    MessageList messages;
+    Def back;
+    ASSERT_TRUE(ValueToNativeAdapter::Adapt(ToValue(definition), back, messages)) << Flatten(messages)[0];
+    EXPECT_EQ(Text(back), Text(definition));
+    EXPECT_TRUE(DataDefinition::Compare(definition, back, messages));
+  }
 }
 
 TEST(Introspection, MillionDeepDefinitionRendersConvertsAndComesBack) {
