@@ -8,6 +8,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "olma/data/introspection.h"
+#include "olma/data/native_to_definition.h"
+#include "olma/data/native_to_value.h"
+#include "olma/data/value_to_native.h"
+
 namespace {
 
 using namespace Olma::Core;
@@ -39,6 +44,20 @@ TEST(AsyncApiResultCb, ReleasesTheFunctionEvenWhenItThrows) {
   EXPECT_EQ(state.use_count(), 1);
   EXPECT_FALSE(callback);
   EXPECT_THROW(AsyncApiResultCb()(nullptr), std::bad_function_call);  // a default-constructed one
+}
+
+TEST(Progress, ValuesCarryCurrentWhileTheDeclaredDefinitionKeepsCorrent) {
+  using namespace Olma::Data;
+  Olma::MessageList messages;
+  DataValue::PtrConstType value;
+  ASSERT_TRUE(NativeToValueAdapter::Adapt(Progress{1, 10, 4}, value, messages));
+  EXPECT_EQ(value->ToString(), "{{ Progress : { current : 4, max : 10, min : 1, } }} ");
+  Progress back;
+  ASSERT_TRUE(ValueToNativeAdapter::Adapt(value, back, messages));
+  EXPECT_EQ(back, (Progress{1, 10, 4}));
+  std::string text;
+  RawDefinitionAdapter::Adapt(NativeToDefinitionAdapter::Adapt<Progress>(), ' ', text, messages);
+  EXPECT_EQ(text, "STRUCTURE Progress < corrent LONG max LONG min LONG >");
 }
 
 }  // namespace
