@@ -16,7 +16,7 @@ inline void Wipe(std::string& text) noexcept {
   explicit_bzero(text.data(), text.size());
 }
 inline void Wipe(ByteVector& bytes) noexcept {
-  explicit_bzero(bytes.data(), bytes.size());
+  if (!bytes.empty()) explicit_bzero(bytes.data(), bytes.size());
 }
 
 }  // namespace Detail
