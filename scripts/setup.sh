@@ -5,7 +5,8 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config gzip coreutils
-          libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev "$@")
+          libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev
+          libssl-dev openssl libboost-json1.81-dev curl "$@")
 
 missing=()
 for package in "${packages[@]}"; do
