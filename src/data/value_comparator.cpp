@@ -61,32 +61,64 @@ struct ValueComparatorHelper {
 
   // Compares `a` with `b` by the method that fits the class of `a`: at once for a
   // childless pair in the checking walk (the common scalars without even an indirect
-  // call), through the stack otherwise.
+  // call), through the stack otherwise. The root method of the engine.
   [[gnu::flatten]] static void Dispatch(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    DispatchPair(a, b, work, errors);
+  }
+
+  // Dispatch, inlined into the loops over lists and fields, which call it for every pair.
+  [[gnu::always_inline]] static void DispatchPair(Node a, Node b, Adapter& work, Errors& errors) {
     if constexpr (!kReport) {
       if (errors.found) return;  // the rest of a list or structure after a difference
     }
-    if (a == b) return;
-    if (a == nullptr || b == nullptr) {
-      RunNowOrLater(&UnsetMethod, false, a, b, work, errors);
+    for (;;) {
+      if (a == b) return;
+      if (a == nullptr || b == nullptr) {
+        RunNowOrLater(&UnsetMethod, false, a, b, work, errors);
+        return;
+      }
+      const DataType kind = a->type();
+      if constexpr (!kReport) {
+        switch (kind) {
+          case DataType::INTEGER:
+            return PrimitiveMethod<IntegerValue>(a, b, work, errors);
+          case DataType::DOUBLE:
+            return PrimitiveMethod<DoubleValue>(a, b, work, errors);
+          case DataType::BOOLEAN:
+            return PrimitiveMethod<BooleanValue>(a, b, work, errors);
+          case DataType::STRING:
+            return PrimitiveMethod<StringValue>(a, b, work, errors);
+          // A composite's kind test runs at once too; only its children wait.
+          case DataType::LIST:
+            return CheckKindThenQueue<ListValue>(kind, a, b, work, errors);
+          case DataType::STRUCTURE:
+          case DataType::ERROR:
+            return CheckKindThenQueue<CompoundValue>(kind, a, b, work, errors);
+          case DataType::OPTIONAL: {
+            // An optional has one child at most: its contents are compared in this loop,
+            // which takes the place of a stack entry without recursing.
+            if (!CompareTypes(kind, *a, *b, work, errors)) return;
+            const auto& x = static_cast<const OptionalValue&>(*a);
+            const auto& y = static_cast<const OptionalValue&>(*b);
+            if (!ContentsToCompare(x, y, work, errors)) return;
+            a = x.value().get();
+            b = y.value().get();
+            continue;
+          }
+          default:
+            break;
+        }
+      }
+      RunNowOrLater(MethodFor(kind), HasChildren(kind), a, b, work, errors);
       return;
     }
-    const DataType kind = a->type();
-    if constexpr (!kReport) {
-      switch (kind) {
-        case DataType::INTEGER:
-          return PrimitiveMethod<IntegerValue>(a, b, work, errors);
-        case DataType::DOUBLE:
-          return PrimitiveMethod<DoubleValue>(a, b, work, errors);
-        case DataType::BOOLEAN:
-          return PrimitiveMethod<BooleanValue>(a, b, work, errors);
-        case DataType::STRING:
-          return PrimitiveMethod<StringValue>(a, b, work, errors);
-        default:
-          break;
-      }
-    }
-    RunNowOrLater(MethodFor(kind), HasChildren(kind), a, b, work, errors);
+  }
+
+  // The checking walk's way through a composite: CompositeMethod in two steps, the kind
+  // test now and the children from the stack.
+  template <class X>
+  static void CheckKindThenQueue(DataType kind, const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    if (CompareTypes(kind, *a, *b, work, errors)) work.Push(a, b, &ChildrenMethod<X>);
   }
 
   // Composites always go through the stack (so that the stack, not the call stack, holds
@@ -146,9 +178,11 @@ struct ValueComparatorHelper {
     }
   }
 
-  // The kind test every method starts with; records the mismatch itself.
-  static bool CompareTypes(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
-    if (Mode::CompareTypes(a.type(), b.type())) return true;
+  // The kind test every method starts with, `kind` being that of `a`; records the
+  // mismatch itself.
+  static bool CompareTypes(DataType kind, const DataValue& a, const DataValue& b, Adapter& work,
+                           Errors& errors) {
+    if (Mode::CompareTypes(kind, b.type())) return true;
     Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
                              [&] { return std::make_tuple(a.ToString(), b.ToString()); });
     return false;
@@ -172,13 +206,24 @@ struct ValueComparatorHelper {
   }
 
   static void TypeOnlyMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    CompareTypes(*a, *b, work, errors);
+    CompareTypes(a->type(), *a, *b, work, errors);
+  }
+
+  // The kind of `a`, whose class is X. Every concrete value class reports one kind, which
+  // a qualified call reads without a virtual call; CompoundValue stands for two classes.
+  template <class X>
+  static DataType KindOf(const DataValue& a) noexcept {
+    if constexpr (std::is_same_v<X, CompoundValue>) {
+      return a.type();
+    } else {
+      return static_cast<const X&>(a).X::type();
+    }
   }
 
   // Scalars: exact equality, doubles within the tolerance.
   template <class X>
   static void PrimitiveMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(*a, *b, work, errors)) return;
+    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
     if (!Equal(static_cast<const X&>(*a).value(), static_cast<const X&>(*b).value())) {
       NotEqual(*a, *b, work, errors);
     }
@@ -187,7 +232,7 @@ struct ValueComparatorHelper {
   // Typed lists: same length and pairwise equal elements, by the scalar rules.
   template <class X>
   static void ListPrimitiveMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(*a, *b, work, errors)) return;
+    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
     using Element = typename X::ElementType;
     const std::list<Element>& x = static_cast<const X&>(*a);
     const std::list<Element>& y = static_cast<const X&>(*b);
@@ -199,7 +244,13 @@ struct ValueComparatorHelper {
 
   template <class X>
   static void CompositeMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(*a, *b, work, errors)) return;
+    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
+    ChildrenMethod<X>(a, b, work, errors);
+  }
+
+  // What a composite compares once the kinds agree.
+  template <class X>
+  static void ChildrenMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
     CompareInt(static_cast<const X&>(*a), static_cast<const X&>(*b), work, errors);
   }
 
@@ -210,15 +261,22 @@ struct ValueComparatorHelper {
     }
     // Last element first, so that the first pair is compared first.
     auto ib = b.rbegin();
-    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) Dispatch(ia->get(), ib->get(), work, errors);
+    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) DispatchPair(ia->get(), ib->get(), work, errors);
   }
 
   static void CompareInt(const OptionalValue& a, const OptionalValue& b, Adapter& work, Errors& errors) {
+    if (ContentsToCompare(a, b, work, errors)) Dispatch(a.value().get(), b.value().get(), work, errors);
+  }
+
+  // Whether the contents of two optionals are to be compared: both set. Both unset are
+  // equal; one set and one unset differ.
+  static bool ContentsToCompare(const OptionalValue& a, const OptionalValue& b, Adapter& work,
+                                Errors& errors) {
     if (a.isSet() != b.isSet()) {
       NotEqual(a, b, work, errors);
-    } else if (a.isSet()) {
-      Dispatch(a.value().get(), b.value().get(), work, errors);
+      return false;
     }
+    return a.isSet();
   }
 
   static void CompareInt(const CompoundValue& a, const CompoundValue& b, Adapter& work, Errors& errors) {
@@ -244,7 +302,7 @@ struct ValueComparatorHelper {
     // the former is named.
     const std::string* missing = Detail::PairFieldsDescending(
         a.fields(), b.fields(), [&](const DataValue::PtrConstType& x, const DataValue::PtrConstType& y) {
-          Dispatch(x.get(), y.get(), work, errors);
+          DispatchPair(x.get(), y.get(), work, errors);
         });
     if (missing != nullptr) {
       Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.missing.field",
@@ -252,9 +310,14 @@ struct ValueComparatorHelper {
     }
   }
 
+  // Room for the entries of a document a few levels deep, so that small comparisons
+  // allocate once.
+  static constexpr std::size_t kInitialEntries = 64;
+
   // Runs one walk from the pair of roots.
   static void Walk(const DataValue* a, const DataValue* b, Errors& errors) {
     Adapter engine(&Dispatch);
+    engine.stack.reserve(kInitialEntries);
     engine.Adapt(a, b, errors);
   }
 };
