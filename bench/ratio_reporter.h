@@ -115,22 +115,27 @@ class RatioReporter : public benchmark::ConsoleReporter {
     return found == samples_.end() ? NAN : Median(found->second.seconds);
   }
 
+  double BytesPerSecond(const std::string& benchmark) const {
+    const auto found = samples_.find(benchmark);
+    return found == samples_.end() ? NAN : Median(found->second.bytesPerSecond);
+  }
+
+  // The figure shown for a benchmark: its time, or its throughput in a throughput row.
+  std::string Figure(const Row& row, const std::string& benchmark) const {
+    return row.throughput ? Throughput(BytesPerSecond(benchmark)) : Time(Seconds(benchmark));
+  }
+
+  // The row's Markdown line; nothing when its library benchmark did not run (a filter).
   std::string Format(const Row& row) const {
+    if (samples_.count(row.library) == 0) return std::string();
     const double library = Seconds(row.library);
-    std::string libraryText;
-    if (row.throughput) {
-      const auto found = samples_.find(row.library);
-      libraryText = Throughput(found == samples_.end() ? NAN : Median(found->second.bytesPerSecond));
-    } else {
-      libraryText = Time(library);
-    }
     std::string peers;
     std::string ratios;
     for (const Peer& peer : row.peers) {
       const double seconds = Seconds(peer.benchmark);
       if (!peers.empty()) peers += "; ";
       if (!ratios.empty()) ratios += " / ";
-      peers += peer.label + " " + Time(seconds);
+      peers += peer.label + " " + Figure(row, peer.benchmark);
       if (!peer.difference.empty()) {
         ratios += Time(library - seconds) + " " + peer.difference;
       } else {
@@ -139,8 +144,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
         ratios += ratio;
       }
     }
-    return "| " + row.benchmark + " | " + libraryText + " | " + peers + " | " + ratios + " | " + row.goal +
-           " |\n";
+    return "| " + row.benchmark + " | " + Figure(row, row.library) + " | " + peers + " | " + ratios + " | " +
+           row.goal + " |\n";
   }
 
   std::vector<Row> rows_;
