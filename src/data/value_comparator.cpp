@@ -16,15 +16,11 @@ namespace Olma {
 namespace Data {
 namespace {
 
-using ValuePtr = DataValue::PtrConstType;
-
-// The work entries refer to the nodes without owning them. The caller's two roots keep
-// both trees alive for the whole call and the trees are immutable, so counting a
-// reference per node would be pure overhead, and, when many threads compare the same
-// shared trees, contention on the nodes' shared counters.
-ValuePtr Borrow(const DataValue* node) noexcept {
-  return ValuePtr(ValuePtr(), node);
-}
+// The work entries refer to the nodes by plain pointers. The caller's two roots keep both
+// trees alive for the whole call and the trees are immutable, so counting a reference per
+// node would be pure overhead, and, when many threads compare the same shared trees,
+// contention on the nodes' shared counters.
+using Node = const DataValue*;
 
 // The absolute tolerance of double comparison.
 constexpr double kDoubleTolerance = 1e-6;
@@ -43,69 +39,102 @@ bool Equal(const T& a, const T& b) noexcept {
   return a == b;
 }
 
-// One comparison runs as up to two walks over the same rules, told apart by Errors:
+// One comparison runs as up to two walks of the one walk below, told apart by Errors and
+// sharing every rule (the methods):
 //
-//   Detail::Differs  the checking walk: compares scalars as soon as it meets them, in
-//                    any order, and only notes that some difference exists. Equal trees,
-//                    the common case, take this walk alone.
+//   Detail::Differs  the checking walk: runs the method of a childless pair as soon as it
+//                    meets it, in any order, and only notes that some difference exists.
+//                    Equal trees, the common case, take this walk alone.
 //   MessageList      the reporting walk, run only when the checking walk found a
-//                    difference: defers every comparison to the stack so that nodes are
+//                    difference: defers every pair to the stack so that nodes are
 //                    compared in reading order (first element first, fields in ascending
 //                    name order, depth first), and reports the first difference it meets.
 //
 // Both walks stop at the first difference they meet: a method that finds one clears the
-// work.
+// work. A node compared with itself (the same pointer on both sides, as in a tree that
+// shares sub-trees) is equal without being descended into.
 template <class Mode, class Errors>
 struct ValueComparatorHelper {
-  using Adapter = DataAdapter<ValuePtr, ValuePtr, Errors>;
+  using Adapter = DataAdapter<Node, Node, Errors>;
   using Method = typename Adapter::Method;
   static constexpr bool kReport = std::is_same_v<Errors, MessageList>;
 
-  // Compares `a` with `b` by the method that fits the class of `a`. The reporting walk
-  // queues every pair; the checking walk compares childless nodes at once, the common
-  // scalars without even an indirect call. (Flattening inlines the push, so that the
-  // borrowed pointers go straight into the stack: measurably faster on large documents.)
-  [[gnu::flatten]] static void Dispatch(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
+  // Compares `a` with `b` by the method that fits the class of `a`: at once for a
+  // childless pair in the checking walk (the common scalars without even an indirect
+  // call), through the stack otherwise. The root method of the engine.
+  [[gnu::flatten]] static void Dispatch(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    DispatchPair(a, b, work, errors);
+  }
+
+  // Dispatch, inlined into the loops over lists and fields, which call it for every pair.
+  [[gnu::always_inline]] static void DispatchPair(Node a, Node b, Adapter& work, Errors& errors) {
     if constexpr (!kReport) {
       if (errors.found) return;  // the rest of a list or structure after a difference
     }
-    if (a && b) {
+    for (;;) {
+      if (a == b) return;
+      if (a == nullptr || b == nullptr) {
+        RunNowOrLater(&UnsetMethod, false, a, b, work, errors);
+        return;
+      }
       const DataType kind = a->type();
       if constexpr (!kReport) {
         switch (kind) {
           case DataType::INTEGER:
-            return CheckScalar<IntegerValue>(kind, *a, *b, work, errors);
+            return PrimitiveMethod<IntegerValue>(a, b, work, errors);
           case DataType::DOUBLE:
-            return CheckScalar<DoubleValue>(kind, *a, *b, work, errors);
+            return PrimitiveMethod<DoubleValue>(a, b, work, errors);
           case DataType::BOOLEAN:
-            return CheckScalar<BooleanValue>(kind, *a, *b, work, errors);
+            return PrimitiveMethod<BooleanValue>(a, b, work, errors);
           case DataType::STRING:
-            return CheckScalar<StringValue>(kind, *a, *b, work, errors);
+            return PrimitiveMethod<StringValue>(a, b, work, errors);
+          // A composite's kind test runs at once too; only its children wait.
           case DataType::LIST:
-          case DataType::OPTIONAL:
+            return CheckKindThenQueue<ListValue>(kind, a, b, work, errors);
           case DataType::STRUCTURE:
           case DataType::ERROR:
-            break;
+            return CheckKindThenQueue<CompoundValue>(kind, a, b, work, errors);
+          case DataType::OPTIONAL: {
+            // An optional has one child at most: its contents are compared in this loop,
+            // which takes the place of a stack entry without recursing.
+            if (!CompareTypes(kind, *a, *b, work, errors)) return;
+            const auto& x = static_cast<const OptionalValue&>(*a);
+            const auto& y = static_cast<const OptionalValue&>(*b);
+            if (!ContentsToCompare(x, y, work, errors)) return;
+            a = x.value().get();
+            b = y.value().get();
+            continue;
+          }
           default:
-            MethodFor(kind)(a, b, work, errors);
-            return;
+            break;
         }
       }
-      work.Push(Borrow(a.get()), Borrow(b.get()), MethodFor(kind));
-    } else if (a || b) {
-      work.Push(Borrow(a.get()), Borrow(b.get()), &UnsetMethod);
+      RunNowOrLater(MethodFor(kind), HasChildren(kind), a, b, work, errors);
+      return;
     }
   }
 
-  // A scalar of class X (`a`, of kind `kind`) against `b`, for the checking walk. Both
-  // modes require equal kinds of scalars.
+  // The checking walk's way through a composite: CompositeMethod in two steps, the kind
+  // test now and the children from the stack.
   template <class X>
-  static void CheckScalar(DataType kind, const DataValue& a, const DataValue& b, Adapter& work,
-                          Errors& errors) {
-    if (b.type() != kind || !Equal(static_cast<const X&>(a).value(), static_cast<const X&>(b).value())) {
-      errors.found = true;
-      work.Clear();
+  static void CheckKindThenQueue(DataType kind, const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    if (CompareTypes(kind, *a, *b, work, errors)) work.Push(a, b, &ChildrenMethod<X>);
+  }
+
+  // Composites always go through the stack (so that the stack, not the call stack, holds
+  // the depth); childless pairs only in the reporting walk, which keeps reading order.
+  static void RunNowOrLater(Method method, bool hasChildren, const Node& a, const Node& b, Adapter& work,
+                            Errors& errors) {
+    if (kReport || hasChildren) {
+      work.Push(a, b, method);
+    } else {
+      method(a, b, work, errors);
     }
+  }
+
+  static bool HasChildren(DataType kind) noexcept {
+    return kind == DataType::LIST || kind == DataType::OPTIONAL || kind == DataType::STRUCTURE ||
+           kind == DataType::ERROR;
   }
 
   // Each value class reports a kind of its own, so the kind selects the method without a
@@ -149,9 +178,11 @@ struct ValueComparatorHelper {
     }
   }
 
-  // The kind test every method starts with; records the mismatch itself.
-  static bool CompareTypes(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
-    if (Mode::CompareTypes(a.type(), b.type())) return true;
+  // The kind test every method starts with, `kind` being that of `a`; records the
+  // mismatch itself.
+  static bool CompareTypes(DataType kind, const DataValue& a, const DataValue& b, Adapter& work,
+                           Errors& errors) {
+    if (Mode::CompareTypes(kind, b.type())) return true;
     Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
                              [&] { return std::make_tuple(a.ToString(), b.ToString()); });
     return false;
@@ -169,20 +200,30 @@ struct ValueComparatorHelper {
   }
 
   // One side is an empty pointer, the other is not.
-  static void UnsetMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
-    Detail::RecordDifference(work, errors, "olma.data.type.mismatch", [&] {
-      return std::make_tuple(Detail::RenderNode(a.get()), Detail::RenderNode(b.get()));
-    });
+  static void UnsetMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
+                             [&] { return std::make_tuple(Detail::RenderNode(a), Detail::RenderNode(b)); });
   }
 
-  static void TypeOnlyMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
-    CompareTypes(*a, *b, work, errors);
+  static void TypeOnlyMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    CompareTypes(a->type(), *a, *b, work, errors);
+  }
+
+  // The kind of `a`, whose class is X. Every concrete value class reports one kind, which
+  // a qualified call reads without a virtual call; CompoundValue stands for two classes.
+  template <class X>
+  static DataType KindOf(const DataValue& a) noexcept {
+    if constexpr (std::is_same_v<X, CompoundValue>) {
+      return a.type();
+    } else {
+      return static_cast<const X&>(a).X::type();
+    }
   }
 
   // Scalars: exact equality, doubles within the tolerance.
   template <class X>
-  static void PrimitiveMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(*a, *b, work, errors)) return;
+  static void PrimitiveMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
     if (!Equal(static_cast<const X&>(*a).value(), static_cast<const X&>(*b).value())) {
       NotEqual(*a, *b, work, errors);
     }
@@ -190,8 +231,8 @@ struct ValueComparatorHelper {
 
   // Typed lists: same length and pairwise equal elements, by the scalar rules.
   template <class X>
-  static void ListPrimitiveMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(*a, *b, work, errors)) return;
+  static void ListPrimitiveMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
     using Element = typename X::ElementType;
     const std::list<Element>& x = static_cast<const X&>(*a);
     const std::list<Element>& y = static_cast<const X&>(*b);
@@ -202,8 +243,14 @@ struct ValueComparatorHelper {
   }
 
   template <class X>
-  static void CompositeMethod(const ValuePtr& a, const ValuePtr& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(*a, *b, work, errors)) return;
+  static void CompositeMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
+    ChildrenMethod<X>(a, b, work, errors);
+  }
+
+  // What a composite compares once the kinds agree.
+  template <class X>
+  static void ChildrenMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
     CompareInt(static_cast<const X&>(*a), static_cast<const X&>(*b), work, errors);
   }
 
@@ -214,15 +261,22 @@ struct ValueComparatorHelper {
     }
     // Last element first, so that the first pair is compared first.
     auto ib = b.rbegin();
-    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) Dispatch(*ia, *ib, work, errors);
+    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) DispatchPair(ia->get(), ib->get(), work, errors);
   }
 
   static void CompareInt(const OptionalValue& a, const OptionalValue& b, Adapter& work, Errors& errors) {
+    if (ContentsToCompare(a, b, work, errors)) Dispatch(a.value().get(), b.value().get(), work, errors);
+  }
+
+  // Whether the contents of two optionals are to be compared: both set. Both unset are
+  // equal; one set and one unset differ.
+  static bool ContentsToCompare(const OptionalValue& a, const OptionalValue& b, Adapter& work,
+                                Errors& errors) {
     if (a.isSet() != b.isSet()) {
       NotEqual(a, b, work, errors);
-    } else if (a.isSet()) {
-      Dispatch(a.value(), b.value(), work, errors);
+      return false;
     }
+    return a.isSet();
   }
 
   static void CompareInt(const CompoundValue& a, const CompoundValue& b, Adapter& work, Errors& errors) {
@@ -247,16 +301,23 @@ struct ValueComparatorHelper {
     // counts, a field of `a` that `b` lacks stands for a field of `b` that `a` lacks; only
     // the former is named.
     const std::string* missing = Detail::PairFieldsDescending(
-        a.fields(), b.fields(), [&](const ValuePtr& x, const ValuePtr& y) { Dispatch(x, y, work, errors); });
+        a.fields(), b.fields(), [&](const DataValue::PtrConstType& x, const DataValue::PtrConstType& y) {
+          DispatchPair(x.get(), y.get(), work, errors);
+        });
     if (missing != nullptr) {
       Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.missing.field",
                                [&] { return std::make_tuple(*missing, a.ToString(), b.ToString()); });
     }
   }
 
+  // Room for the entries of a document a few levels deep, so that small comparisons
+  // allocate once.
+  static constexpr std::size_t kInitialEntries = 64;
+
   // Runs one walk from the pair of roots.
-  static void Walk(const ValuePtr& a, const ValuePtr& b, Errors& errors) {
+  static void Walk(const DataValue* a, const DataValue* b, Errors& errors) {
     Adapter engine(&Dispatch);
+    engine.stack.reserve(kInitialEntries);
     engine.Adapt(a, b, errors);
   }
 };
@@ -268,9 +329,9 @@ bool ValueComparator<Mode>::Compare(const DataValue::PtrConstType& a, const Data
                                     MessageList& messages) {
   if (!a || !b) return !a && !b;
   Detail::Differs check;
-  ValueComparatorHelper<Mode, Detail::Differs>::Walk(a, b, check);
+  ValueComparatorHelper<Mode, Detail::Differs>::Walk(a.get(), b.get(), check);
   if (!check.found) return true;
-  ValueComparatorHelper<Mode, MessageList>::Walk(a, b, messages);
+  ValueComparatorHelper<Mode, MessageList>::Walk(a.get(), b.get(), messages);
   return false;
 }
 

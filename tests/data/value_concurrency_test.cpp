@@ -11,6 +11,8 @@
 #include "data/tree_test_support.h"
 #include "olma/core/message.h"
 #include "olma/core/secret_string.h"
+#include "olma/data/definitions.h"
+#include "olma/data/value_rendering.h"
 
 namespace {
 
@@ -61,6 +63,22 @@ TEST(ValueConcurrency, ThreadsReadAndReleaseOneSharedTree) {
         Olma::Data::Testing::ReadAndReleaseTogether<Olma::Data::Testing::ValueRecorder>(std::move(held)), 0);
     EXPECT_TRUE(watch.expired());
   }
+}
+
+// Rendering through a definition locks reference targets as it goes; threads rendering the
+// same trees at once all get the one text.
+TEST(ValueConcurrency, ThreadsRenderOneTreeThroughOneDefinition) {
+  using namespace Olma::Data::Testing;
+  const auto login = StructDefinition::GetInstance(
+      "login", {{"password", SecretDefinition::GetInstance()}, {"user", StringDefinition::GetInstance()}});
+  const Def definition = ListD(OptD(StructRefDefinition::GetInstance(login)));
+  auto logins = ListValue::GetInstance();
+  for (int i = 0; i < 50; ++i)
+    logins->push_back(Of("login", {{"password", Str("hunter2")}, {"user", Str("ada")}}));
+  const Ptr tree = logins;
+  const std::string expected = RenderValue(tree, definition);
+  ASSERT_EQ(expected.find("hunter2"), std::string::npos);
+  EXPECT_EQ(RunTogether(4, 50, [&](int) { return RenderValue(tree, definition) != expected; }), 0);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <functional>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <string>
@@ -15,6 +16,7 @@
 #include "olma/core/date_time.h"
 #include "olma/core/message.h"
 #include "olma/core/secret_string.h"
+#include "olma/data/localizable_message.h"
 
 namespace {
 
@@ -183,6 +185,27 @@ TEST(ErrorValue, CreateListsEachMessageAsALocalizableMessageStructure) {
             "   olma.invalid.request<Invalid Request>\n"
             "   olma.data.bad.cast2<Bad cast: a -> b>\n");
   EXPECT_EQ(ErrorValue::Create("e", {})->ToString(), "Error:\n   e\nNo messages!\n");
+}
+
+TEST(LocalizableMessage, ReadListGivesBackWhatBuildListMadeOrNothing) {
+  const MessageList messages{Olma::Message<Olma::CoreTag>("olma.invalid.request"),
+                             Olma::Message<Olma::CoreTag>("olma.data.bad.cast2", "a", "b")};
+  const ListValue::PtrType list = LocalizableMessage::BuildList(messages);
+  MessageList read{Olma::Message<Olma::CoreTag>("olma.invalid.type")};
+  ASSERT_TRUE(LocalizableMessage::ReadList(*list, read));
+  ASSERT_EQ(read.size(), 3u);
+  EXPECT_EQ(read.front().id(), "olma.invalid.type");
+  for (auto built = messages.begin(), back = std::next(read.cbegin()); built != messages.end();
+       ++built, ++back) {
+    EXPECT_EQ(back->id(), built->id());
+    EXPECT_EQ(back->defaultMessage(), built->defaultMessage());
+    EXPECT_EQ(back->args(), built->args());
+  }
+  // One malformed element: nothing is read.
+  list->push_back(Str("not a message"));
+  MessageList none;
+  EXPECT_FALSE(LocalizableMessage::ReadList(*list, none));
+  EXPECT_TRUE(none.empty());
 }
 
 TEST(ErrorValue, RendersMalformedMessagesInPlace) {

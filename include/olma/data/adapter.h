@@ -19,8 +19,8 @@
 // An engine is a plain local object: one per walk, never shared between threads.
 #pragma once
 
-#include <deque>
 #include <utility>
+#include <vector>
 
 namespace Olma {
 namespace Data {
@@ -62,7 +62,7 @@ class DataAdapter {
   // Abandons all queued work; called after an error has been reported.
   void Clear() { stack.clear(); }
 
-  std::deque<EntryType> stack;
+  std::vector<EntryType> stack;
   Method rootMethod;
 };
 
