@@ -42,6 +42,13 @@
 #include "olma/invocation/method_result.h"
 #include "olma/invocation/result_callback.h"
 
+#include "olma/l10n/forward_range.h"
+#include "olma/l10n/l10n_category.h"
+#include "olma/l10n/locale.h"
+#include "olma/l10n/localization_bundle.h"
+#include "olma/l10n/localizer.h"
+#include "olma/l10n/message_builder.h"
+#include "olma/l10n/message_wire.h"
 #include "olma/provider/api_method_helper.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"
