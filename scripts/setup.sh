@@ -5,7 +5,7 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config gzip coreutils
-          libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev "$@")
+          libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev libicu-dev tzdata "$@")
 
 missing=()
 for package in "${packages[@]}"; do
