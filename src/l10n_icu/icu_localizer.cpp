@@ -23,6 +23,9 @@ namespace {
 // Each cache stops growing here, so that requests naming ever new locales, zones or
 // patterns cannot exhaust memory; they get formatters built for the call instead.
 constexpr std::size_t kMaxCachedEntries = 1024;
+// Longer custom patterns (and zone names) are not kept: a cache of a few long texts would
+// hold more memory than all the usual ones together.
+constexpr std::size_t kMaxCachedKeySize = 256;
 // ICU's limit on fraction digits.
 constexpr std::int64_t kMaxFractionDigits = 999;
 
@@ -200,6 +203,7 @@ class IcuLocalizer::Formatters {
     }
     // Built outside the lock: building ICU formatters loads locale data and takes a while.
     std::shared_ptr<V> made = make();
+    if (key.size() > kMaxCachedKeySize) return made;
     std::unique_lock<std::shared_mutex> lock(mutex_);
     if (cache.size() >= kMaxCachedEntries) return made;
     return cache.emplace(key, std::move(made)).first->second;
