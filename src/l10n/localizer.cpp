@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <boost/container/small_vector.hpp>
+
 #include "olma/core/format.h"
 #include "olma/l10n/l10n_category.h"
 
@@ -11,24 +13,29 @@ namespace Olma {
 namespace L10n {
 namespace {
 
-// One builder being formatted: its arguments in template order, the texts rendered so far.
+// One builder being formatted: where its next argument is, and the texts rendered so far.
+// Most messages have a few arguments and no nesting; the small vectors keep those off the heap.
 struct Frame {
   explicit Frame(const MessageBuilderBase& builder) : node(&builder) {
     if (builder.isNamed()) {
-      const auto& params = static_cast<const NamedMessageBuilder&>(builder).params();
-      arguments.reserve(params.size());
-      for (const auto& param : params) arguments.push_back(&param.second);
+      params = &static_cast<const NamedMessageBuilder&>(builder).params();
+      nextParam = params->begin();
+      count = params->size();
     } else {
-      for (const MsgArgument& argument : static_cast<const PositionalMessageBuilder&>(builder).args()) {
-        arguments.push_back(&argument);
-      }
+      positional = &static_cast<const PositionalMessageBuilder&>(builder).args();
+      count = positional->size();
     }
-    rendered.reserve(arguments.size());
   }
 
+  // The argument after the last one taken; called once per argument.
+  const MsgArgument& Take() { return positional ? (*positional)[rendered.size()] : (nextParam++)->second; }
+
   const MessageBuilderBase* node;
-  std::vector<const MsgArgument*> arguments;
-  std::vector<std::string> rendered;
+  const std::vector<MsgArgument>* positional = nullptr;
+  const NamedMessageBuilder::Params* params = nullptr;
+  NamedMessageBuilder::Params::const_iterator nextParam;
+  std::size_t count = 0;
+  boost::container::small_vector<std::string, 6> rendered;
 };
 
 // The nested builder an argument holds, if any.
@@ -41,9 +48,8 @@ const MessageBuilderBase* NestedBuilder(const MsgArgument& argument) {
 std::string Fill(const Frame& frame, std::string_view tmpl, std::error_code& ec) {
   if (!frame.node->isNamed()) return FormatContainer<8>(tmpl, frame.rendered, ec);
   NamedArgs names;
-  const auto& params = static_cast<const NamedMessageBuilder*>(frame.node)->params();
   std::size_t index = 0;
-  for (const auto& param : params) names.emplace(param.first, frame.rendered[index++]);
+  for (const auto& param : *frame.params) names.emplace(param.first, frame.rendered[index++]);
   return FormatNamed(tmpl, names, ec);
 }
 
@@ -101,16 +107,16 @@ std::string Localizer::formatString(const NamedMessageBuilder& builder, const Lo
 std::string Localizer::FormatBuilder(const MessageBuilderBase& root, const LocaleSpec& spec,
                                      std::error_code& ec) const {
   // Nested messages are rendered before the message holding them, on an explicit stack.
-  std::vector<Frame> stack;
+  boost::container::small_vector<Frame, 2> stack;
   stack.emplace_back(root);
   for (;;) {
     Frame& top = stack.back();
-    const std::size_t next = top.rendered.size();
-    if (next < top.arguments.size()) {
-      if (const MessageBuilderBase* nested = NestedBuilder(*top.arguments[next])) {
-        stack.emplace_back(*nested);
+    if (top.rendered.size() < top.count) {
+      const MsgArgument& argument = top.Take();
+      if (const MessageBuilderBase* nested = NestedBuilder(argument)) {
+        stack.emplace_back(*nested);  // invalidates `top`
       } else {
-        top.rendered.push_back(top.arguments[next]->format(*this, spec, ec));
+        top.rendered.push_back(argument.format(*this, spec, ec));
       }
       continue;
     }

@@ -2,14 +2,16 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
+#include <map>
 #include <mutex>
 #include <shared_mutex>
-#include <unordered_map>
 #include <utility>
 
 #include <unicode/datefmt.h>
 #include <unicode/locid.h>
 #include <unicode/numberformatter.h>
+#include <unicode/numfmt.h>
 #include <unicode/smpdtfmt.h>
 #include <unicode/timezone.h>
 #include <unicode/unistr.h>
@@ -44,12 +46,38 @@ UDate ToUDate(const DateTime& when) {
   return static_cast<UDate>(when.seconds()) * 1000.0 + millis - (before_epoch && millis > 0 ? 1000 : 0);
 }
 
-std::string JoinTags(const LanguagePreference& preference) {
-  std::string key;
-  for (const std::string& tag : preference) {
-    key += tag;
-    key += ',';
+// A cache key assembled without allocating while it is short, as keys almost always are.
+class CacheKey {
+ public:
+  CacheKey& Add(std::string_view part) {
+    if (spilled_.empty() && size_ + part.size() + 1 <= sizeof buffer_) {
+      part.copy(buffer_ + size_, part.size());
+      size_ += part.size();
+      buffer_[size_++] = '\x1f';
+    } else {
+      if (spilled_.empty()) spilled_.assign(buffer_, size_);
+      spilled_.append(part).push_back('\x1f');
+    }
+    return *this;
   }
+  CacheKey& Add(std::int64_t number) {
+    char digits[24];
+    const int length = std::snprintf(digits, sizeof digits, "%lld", static_cast<long long>(number));
+    return Add(std::string_view(digits, static_cast<std::size_t>(length)));
+  }
+  std::string_view view() const noexcept {
+    return spilled_.empty() ? std::string_view(buffer_, size_) : std::string_view(spilled_);
+  }
+
+ private:
+  char buffer_[96];
+  std::size_t size_ = 0;
+  std::string spilled_;
+};
+
+CacheKey JoinTags(const LanguagePreference& preference) {
+  CacheKey key;
+  for (const std::string& tag : preference) key.Add(tag);
   return key;
 }
 
@@ -60,6 +88,28 @@ struct DateEntry {
   std::unique_ptr<icu::DateFormat> format;  // empty: the pattern was refused
   bool zoneUnknown = false;
 };
+
+// A number format of the classic interface: formatting with it allocates far less than with
+// the newer one, but ICU does not promise that it may be shared by threads, so it is used
+// by one thread at a time.
+struct NumberEntry {
+  std::mutex mutex;
+  std::unique_ptr<icu::NumberFormat> format;  // empty: ICU could not build it
+};
+
+// `fraction_digits` exactly after the decimal mark, or the locale's default when negative.
+std::shared_ptr<NumberEntry> MakeNumberEntry(const icu::Locale& locale, std::int64_t fraction_digits) {
+  auto entry = std::make_shared<NumberEntry>();
+  UErrorCode status = U_ZERO_ERROR;
+  entry->format.reset(icu::NumberFormat::createInstance(locale, status));
+  if (U_FAILURE(status)) {
+    entry->format.reset();
+  } else if (fraction_digits >= 0) {
+    entry->format->setMinimumFractionDigits(static_cast<int32_t>(fraction_digits));
+    entry->format->setMaximumFractionDigits(static_cast<int32_t>(fraction_digits));
+  }
+  return entry;
+}
 
 std::unique_ptr<icu::DateFormat> MakeDateFormat(const icu::Locale& locale, DateTimeFormat format,
                                                 std::string_view pattern) {
@@ -116,48 +166,63 @@ class IcuLocalizer::Formatters {
 
   std::string FormatInteger(std::int64_t value, const LanguagePreference& preference, std::error_code& ec) {
     const std::shared_ptr<const Resolved> resolved = Resolve(preference, ec);
-    UErrorCode status = U_ZERO_ERROR;
-    std::string text = ToUtf8(resolved->integer.formatInt(value, status).toString(status));
-    if (U_FAILURE(status)) {
+    const std::shared_ptr<NumberEntry> entry =
+        Cached(numbers_, CacheKey().Add(resolved->name).Add("i").view(),
+               [&] { return MakeNumberEntry(resolved->locale, -1); });
+    icu::UnicodeString text;
+    if (!entry->format) {
       ec = L10nError::FormatLocaleNotSupported;
       return std::to_string(value);
     }
-    return text;
+    {
+      std::lock_guard<std::mutex> lock(entry->mutex);
+      entry->format->format(static_cast<int64_t>(value), text);
+    }
+    return ToUtf8(text);
   }
 
   std::string FormatDouble(double value, std::int64_t precision, const LanguagePreference& preference,
                            std::error_code& ec) {
     const std::shared_ptr<const Resolved> resolved = Resolve(preference, ec);
+    icu::UnicodeString text;
+    if (precision < 0) {
+      // As many digits as it takes to read the value back: only the number formatter of the
+      // newer interface offers that, and it is immutable, so it needs no lock.
+      UErrorCode status = U_ZERO_ERROR;
+      text = resolved->shortest.formatDouble(value, status).toString(status);
+      if (U_FAILURE(status)) {
+        ec = L10nError::FormatLocaleNotSupported;
+        return std::to_string(value);
+      }
+      return ToUtf8(text);
+    }
     precision = std::min(precision, kMaxFractionDigits);
-    const std::string key = resolved->name + '|' + std::to_string(std::max<std::int64_t>(precision, -1));
-    const std::shared_ptr<const icu::number::LocalizedNumberFormatter> formatter = Cached(doubles_, key, [&] {
-      const icu::number::Precision digits =
-          precision < 0 ? icu::number::Precision::unlimited()
-                        : icu::number::Precision::fixedFraction(static_cast<int32_t>(precision));
-      return std::make_shared<const icu::number::LocalizedNumberFormatter>(
-          resolved->integer.precision(digits));
-    });
-    UErrorCode status = U_ZERO_ERROR;
-    std::string text = ToUtf8(formatter->formatDouble(value, status).toString(status));
-    if (U_FAILURE(status)) {
+    const std::shared_ptr<NumberEntry> entry =
+        Cached(numbers_, CacheKey().Add(resolved->name).Add(precision).view(),
+               [&] { return MakeNumberEntry(resolved->locale, precision); });
+    if (!entry->format) {
       ec = L10nError::FormatLocaleNotSupported;
       return std::to_string(value);
     }
-    return text;
+    {
+      std::lock_guard<std::mutex> lock(entry->mutex);
+      entry->format->format(value, text);
+    }
+    return ToUtf8(text);
   }
 
   std::string FormatDateTime(const DateTime& when, DateTimeFormat format, std::string_view pattern,
                              const LocaleSpec& spec, std::error_code& ec) {
     const std::shared_ptr<const Resolved> resolved = Resolve(spec.formatPreference(), ec);
     const std::string& zone = spec.timezone().name();
-    std::string key = resolved->name;
-    key.append(1, '\x1f').append(zone).append(1, '\x1f').append(std::to_string(static_cast<int>(format)));
+    CacheKey key;
+    key.Add(resolved->name).Add(zone).Add(static_cast<std::int64_t>(format));
     // Only a custom format depends on the pattern.
     if (format < DateTimeFormat::SHORT_DATE || format > DateTimeFormat::FULL_DATE_TIME) {
-      key.append(1, '\x1f').append(pattern);
+      key.Add(pattern);
     }
     const std::shared_ptr<DateEntry> entry =
-        Cached(dates_, key, [&] { return MakeDateEntry(resolved->locale, zone, format, pattern); });
+        Cached(dates_, key.view(), [&] { return MakeDateEntry(resolved->locale, zone, format, pattern); });
     if (!entry->format) {
       ec = L10nError::FormatLocaleNotSupported;
       return when.text();
@@ -175,27 +240,31 @@ class IcuLocalizer::Formatters {
   struct Resolved {
     std::string name;
     icu::Locale locale;
-    icu::number::LocalizedNumberFormatter integer;
+    icu::number::LocalizedNumberFormatter shortest;
     bool known;
   };
 
   // The ICU locale that serves a format-locale preference; "C" when none does (with code 2).
   std::shared_ptr<const Resolved> Resolve(const LanguagePreference& preference, std::error_code& ec) {
-    const std::shared_ptr<const Resolved> resolved = Cached(resolved_, JoinTags(preference), [&] {
+    const std::shared_ptr<const Resolved> resolved = Cached(resolved_, JoinTags(preference).view(), [&] {
       std::string name = LocaleHelpers::Lookup(preference.tags(), known_);
       const bool known = !name.empty();
       if (!known) name = "c";
       icu::Locale locale(name.c_str());
-      auto integer = icu::number::NumberFormatter::withLocale(locale);
-      return std::make_shared<const Resolved>(Resolved{std::move(name), locale, std::move(integer), known});
+      auto shortest =
+          icu::number::NumberFormatter::withLocale(locale).precision(icu::number::Precision::unlimited());
+      return std::make_shared<const Resolved>(Resolved{std::move(name), locale, std::move(shortest), known});
     });
     if (!resolved->known) ec = L10nError::FormatLocaleNotSupported;
     return resolved;
   }
 
+  // Looked up by the key's view, so a hit allocates nothing.
+  template <typename V>
+  using Cache = std::map<std::string, std::shared_ptr<V>, std::less<>>;
+
   template <typename V, typename Make>
-  std::shared_ptr<V> Cached(std::unordered_map<std::string, std::shared_ptr<V>>& cache,
-                            const std::string& key, Make make) {
+  std::shared_ptr<V> Cached(Cache<V>& cache, std::string_view key, Make make) {
     {
       std::shared_lock<std::shared_mutex> lock(mutex_);
       const auto found = cache.find(key);
@@ -206,14 +275,14 @@ class IcuLocalizer::Formatters {
     if (key.size() > kMaxCachedKeySize) return made;
     std::unique_lock<std::shared_mutex> lock(mutex_);
     if (cache.size() >= kMaxCachedEntries) return made;
-    return cache.emplace(key, std::move(made)).first->second;
+    return cache.emplace(std::string(key), std::move(made)).first->second;
   }
 
   std::vector<std::string> known_;
   std::shared_mutex mutex_;
-  std::unordered_map<std::string, std::shared_ptr<const Resolved>> resolved_;
-  std::unordered_map<std::string, std::shared_ptr<const icu::number::LocalizedNumberFormatter>> doubles_;
-  std::unordered_map<std::string, std::shared_ptr<DateEntry>> dates_;
+  Cache<const Resolved> resolved_;
+  Cache<NumberEntry> numbers_;
+  Cache<DateEntry> dates_;
 };
 
 Localizer::PtrConstType IcuLocalizer::GetInstance(std::shared_ptr<const LocalizationBundle> bundle,

@@ -227,15 +227,6 @@ TEST_F(MessageWire, EachKindSetsExactlyItsFields) {
   }
 }
 
-TEST(DateTimeFormat, NamesEveryStyle) {
-  EXPECT_EQ(DateTimeFormat(DateTimeFormat::SHORT_DATE).name(), "SHORT_DATE");
-  EXPECT_EQ(DateTimeFormat(DateTimeFormat::MED_DATE_TIME).name(), "MED_DATE_TIME");
-  EXPECT_EQ(DateTimeFormat(DateTimeFormat::FULL_DATE_TIME).name(), "FULL_DATE_TIME");
-  EXPECT_EQ(DateTimeFormat(DateTimeFormat::CUSTOM).name(), "_UNKNOWN");
-  EXPECT_EQ(DateTimeFormat(static_cast<DateTimeFormat::EnumType>(40)).name(), "_UNKNOWN");
-  EXPECT_EQ(DateTimeFormat::Strings::values.size(), 13u);
-}
-
 TEST(NamedMessageBuilder, KeysPositionalArgumentsByPosition) {
   std::vector<MsgArgument> args;
   for (int i = 1; i <= 11; ++i) args.emplace_back(i);
