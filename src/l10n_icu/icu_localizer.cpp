@@ -1,6 +1,7 @@
 #include "olma/l10n_icu/icu_localizer.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -28,6 +29,8 @@ constexpr std::size_t kMaxCachedEntries = 1024;
 // Longer custom patterns (and zone names) are not kept: a cache of a few long texts would
 // hold more memory than all the usual ones together.
 constexpr std::size_t kMaxCachedKeySize = 256;
+// Fixed precisions below this are kept with each format locale.
+constexpr std::int64_t kCommonPrecisions = 8;
 // ICU's limit on fraction digits.
 constexpr std::int64_t kMaxFractionDigits = 999;
 
@@ -166,9 +169,7 @@ class IcuLocalizer::Formatters {
 
   std::string FormatInteger(std::int64_t value, const LanguagePreference& preference, std::error_code& ec) {
     const std::shared_ptr<const Resolved> resolved = Resolve(preference, ec);
-    const std::shared_ptr<NumberEntry> entry =
-        Cached(numbers_, CacheKey().Add(resolved->name).Add("i").view(),
-               [&] { return MakeNumberEntry(resolved->locale, -1); });
+    NumberEntry* entry = resolved->integer.get();
     icu::UnicodeString text;
     if (!entry->format) {
       ec = L10nError::FormatLocaleNotSupported;
@@ -197,9 +198,17 @@ class IcuLocalizer::Formatters {
       return ToUtf8(text);
     }
     precision = std::min(precision, kMaxFractionDigits);
-    const std::shared_ptr<NumberEntry> entry =
-        Cached(numbers_, CacheKey().Add(resolved->name).Add(precision).view(),
-               [&] { return MakeNumberEntry(resolved->locale, precision); });
+    std::shared_ptr<NumberEntry> entry;
+    if (precision < kCommonPrecisions) {
+      // The usual precisions hang off the locale itself: no second cache lookup.
+      const std::size_t slot = static_cast<std::size_t>(precision);
+      std::call_once(resolved->fixedOnce[slot],
+                     [&] { resolved->fixed[slot] = MakeNumberEntry(resolved->locale, precision); });
+      entry = resolved->fixed[slot];
+    } else {
+      entry = Cached(numbers_, CacheKey().Add(resolved->name).Add(precision).view(),
+                     [&] { return MakeNumberEntry(resolved->locale, precision); });
+    }
     if (!entry->format) {
       ec = L10nError::FormatLocaleNotSupported;
       return std::to_string(value);
@@ -237,11 +246,24 @@ class IcuLocalizer::Formatters {
   }
 
  private:
+  // A format locale with the number formats built for it.
   struct Resolved {
+    Resolved(std::string locale_name, bool is_known)
+        : name(std::move(locale_name)),
+          locale(name.c_str()),
+          shortest(icu::number::NumberFormatter::withLocale(locale).precision(
+              icu::number::Precision::unlimited())),
+          known(is_known),
+          integer(MakeNumberEntry(locale, -1)) {}
+
     std::string name;
     icu::Locale locale;
     icu::number::LocalizedNumberFormatter shortest;
     bool known;
+    std::shared_ptr<NumberEntry> integer;
+    // Fixed-precision formats for 0 to kCommonPrecisions - 1 digits, each built on first use.
+    mutable std::array<std::once_flag, kCommonPrecisions> fixedOnce;
+    mutable std::array<std::shared_ptr<NumberEntry>, kCommonPrecisions> fixed;
   };
 
   // The ICU locale that serves a format-locale preference; "C" when none does (with code 2).
@@ -249,11 +271,7 @@ class IcuLocalizer::Formatters {
     const std::shared_ptr<const Resolved> resolved = Cached(resolved_, JoinTags(preference).view(), [&] {
       std::string name = LocaleHelpers::Lookup(preference.tags(), known_);
       const bool known = !name.empty();
-      if (!known) name = "c";
-      icu::Locale locale(name.c_str());
-      auto shortest =
-          icu::number::NumberFormatter::withLocale(locale).precision(icu::number::Precision::unlimited());
-      return std::make_shared<const Resolved>(Resolved{std::move(name), locale, std::move(shortest), known});
+      return std::make_shared<const Resolved>(known ? std::move(name) : std::string("c"), known);
     });
     if (!resolved->known) ec = L10nError::FormatLocaleNotSupported;
     return resolved;
