@@ -16,15 +16,17 @@
 //
 // Failure reports (localisation category): a format-locale preference that matches no
 // locale ICU knows sets code 2 and writes as for "C"; so do an unknown time-zone name (the
-// time is then written in UTC) and a custom pattern ICU refuses (the date-time's canonical
-// UTC text is written). Nothing throws on bad input.
+// time is then written in UTC) and an empty custom pattern (the date-time's canonical UTC
+// text is written; ICU takes any other pattern, unknown letters and unclosed quotes
+// included). Nothing throws on bad input.
 //
 // Performance: ICU formatters are costly to build, so each localizer keeps the ones it has
 // built, per format locale, precision, time zone and style, up to a fixed number of each
 // (past that, formatters for new combinations are built for the call and dropped).
 //
 // Thread safety: any number of threads may use one localizer; its caches are locked
-// internally, and a cached date formatter is used by one thread at a time.
+// internally, and each cached number or date format is used by one thread at a time
+// (ICU does not promise more for them).
 #pragma once
 
 #include <memory>
