@@ -6,7 +6,8 @@ set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config gzip coreutils
           libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev
-          libssl-dev openssl libboost-json1.81-dev curl "$@")
+          libssl-dev openssl libboost-json1.81-dev curl
+          libicu-dev tzdata "$@")
 
 missing=()
 for package in "${packages[@]}"; do
