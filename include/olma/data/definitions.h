@@ -81,14 +81,14 @@ class OLMA_API ScalarDefinition final : public Detail::DefinitionBase<ScalarDefi
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class OLMA_API ScalarDefinition<DataType::VOID>;
-extern template class OLMA_API ScalarDefinition<DataType::OPAQUE>;
-extern template class OLMA_API ScalarDefinition<DataType::INTEGER>;
-extern template class OLMA_API ScalarDefinition<DataType::DOUBLE>;
-extern template class OLMA_API ScalarDefinition<DataType::BOOLEAN>;
-extern template class OLMA_API ScalarDefinition<DataType::BLOB>;
-extern template class OLMA_API ScalarDefinition<DataType::STRING>;
-extern template class OLMA_API ScalarDefinition<DataType::SECRET>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::VOID>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::OPAQUE>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::INTEGER>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::DOUBLE>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::BOOLEAN>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::BLOB>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::STRING>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::SECRET>;
 
 // ---------------------------------------------------------------------------------------
 // Wrappers of one element.
@@ -131,8 +131,9 @@ class OLMA_API ListDefinition final : public Detail::ElementDefinition<ListDefin
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class OLMA_API Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
-extern template class OLMA_API Detail::ElementDefinition<ListDefinition, DataType::LIST>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
+extern template class OLMA_EXTERN_TEMPLATE_API Detail::ElementDefinition<ListDefinition, DataType::LIST>;
 
 // ---------------------------------------------------------------------------------------
 // Compounds. Name and field map are each optional; an unset map behaves as an empty one.
@@ -214,10 +215,13 @@ class OLMA_API ErrorDefinition final
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class OLMA_API Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
-extern template class OLMA_API Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
-extern template class OLMA_API Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
-extern template class OLMA_API Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
 
 // STRUCTURE_REF: a non-owning reference to a structure, for recursive types. Renders
 // "StructRefDefinition"; the target is never followed by rendering.
@@ -268,9 +272,10 @@ class OLMA_API DynamicErrorDefinition final
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class OLMA_API
+extern template class OLMA_EXTERN_TEMPLATE_API
     Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE>;
-extern template class OLMA_API Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
 
 // ---------------------------------------------------------------------------------------
 // Restricted kinds, each visited through a slot of its own.
@@ -327,7 +332,8 @@ class OLMA_API UnionCaseDefinition final
   CasePredicate predicate_;
 };
 
-extern template class OLMA_API Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
 
 }  // namespace Data
 }  // namespace Olma
