@@ -64,7 +64,8 @@ void FormatTo(FormatOutput& out, std::string_view tmpl, const format_arg* args, 
               std::error_code& ec) {
   std::size_t automatic = 0;
   ScanTemplate(tmpl, out, LoneCloseBrace::SwallowsRest, [&](std::string_view field) {
-    const parsed_field parsed = parse_field(field);
+    // "{}" is the common field: the next argument, no specification.
+    const parsed_field parsed = field.empty() ? parsed_field{} : parse_field(field);
     const std::uint64_t index = parsed.number != 0 ? parsed.number - 1 : automatic;
     if (index >= count) {
       ec = FormatError::MoreSpecifiersThanExpected;

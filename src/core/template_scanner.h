@@ -24,8 +24,9 @@ bool ScanTemplate(std::string_view tmpl, std::string& out, LoneCloseBrace lone, 
   while (!tmpl.empty()) {
     const char c = tmpl.front();
     if (c != '{' && c != '}') {
-      const std::size_t next = tmpl.find_first_of("{}");
-      const std::size_t literal = next == std::string_view::npos ? tmpl.size() : next;
+      // A plain loop: find_first_of would search the two braces once per character.
+      std::size_t literal = 1;
+      while (literal < tmpl.size() && tmpl[literal] != '{' && tmpl[literal] != '}') ++literal;
       out.append(tmpl.data(), literal);
       tmpl.remove_prefix(literal);
       continue;
