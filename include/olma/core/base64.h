@@ -18,7 +18,7 @@ namespace Olma {
 namespace Base64 {
 
 // The Base64 text of `data`: padded with "=" to a multiple of four characters, no line breaks.
-OLMA_API std::string Encode(const ByteVector& data);
+[[nodiscard]] OLMA_API std::string Encode(const ByteVector& data);
 
 // Decodes `text` into bytes.
 //
@@ -36,7 +36,7 @@ OLMA_API std::string Encode(const ByteVector& data);
 // On failure one of "Truncated Base64!", "Invalid Padding in Base 64!" or
 // "Non-Valid Character in Base 64!" is appended to `error` (whatever it held is kept in front)
 // and the result is empty. On success `error` is not touched.
-OLMA_API ByteVector Decode(const std::string& text, std::string& error);
+[[nodiscard]] OLMA_API ByteVector Decode(const std::string& text, std::string& error);
 
 }  // namespace Base64
 }  // namespace Olma

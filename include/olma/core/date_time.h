@@ -93,7 +93,7 @@ class OLMA_API DateTime {
   //  - boost::posix_time::ptime: special values (not a date-time, infinities) are refused.
   // Reusing `out` reuses its text buffer, so a refilled DateTime does not allocate.
   template <typename T>
-  static bool Create(const T& source, DateTime& out) {
+  [[nodiscard]] static bool Create(const T& source, DateTime& out) {
     using S = std::remove_cv_t<std::remove_reference_t<T>>;
     if constexpr (std::is_same_v<S, TimeInMilliSeconds>) {
       return FromMilliSeconds(source.value(), out);
@@ -131,17 +131,17 @@ class OLMA_API DateTime {
   // sets `ec` to (1, GetDateTimeCategory()); on success `ec` is left as it was, as
   // everywhere in the library.
   template <typename T>
-  static DateTime Create(T&& source, std::error_code& ec) {
+  [[nodiscard]] static DateTime Create(T&& source, std::error_code& ec) {
     return CreateOrReport<std::remove_cv_t<std::remove_reference_t<T>>>(source, ec);
   }
   // The same; lets Create<std::string>(lvalue, ec) compile.
   template <typename T>
-  static DateTime Create(const T& source, std::error_code& ec) {
+  [[nodiscard]] static DateTime Create(const T& source, std::error_code& ec) {
     return CreateOrReport<std::remove_cv_t<std::remove_reference_t<T>>>(source, ec);
   }
 
   // The current UTC time from the microsecond clock.
-  static DateTime GetUtcDateTime();
+  [[nodiscard]] static DateTime GetUtcDateTime();
 
   // Equal when both the text and the seconds are; ordered by text, then by seconds.
   friend bool operator==(const DateTime& a, const DateTime& b) {

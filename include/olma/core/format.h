@@ -82,12 +82,13 @@ struct parsed_field {
   std::string_view spec;
 };
 
-OLMA_API parsed_field parse_field(std::string_view text);
+[[nodiscard]] OLMA_API parsed_field parse_field(std::string_view text);
 // Unsigned base-10 conversion of at most the first 20 characters; text without digits
 // gives 0. Stores the number of characters used in `consumed` when it is not null.
-OLMA_API std::uint64_t format_atoi(std::string_view text, std::size_t* consumed = nullptr);
+[[nodiscard]] OLMA_API std::uint64_t format_atoi(std::string_view text, std::size_t* consumed = nullptr);
 // The characters from `pos`, at most `end - pos` of them, never past the view's end.
-OLMA_API std::string_view format_substr(std::string_view view, std::size_t pos, std::size_t end);
+[[nodiscard]] OLMA_API std::string_view format_substr(std::string_view view, std::size_t pos,
+                                                      std::size_t end);
 
 // Formats `tmpl` with `count` arguments, appending to `out`. On failure sets `ec` and
 // stops; what was appended so far stays.
@@ -97,8 +98,8 @@ OLMA_API void FormatTo(FormatOutput& out, std::string_view tmpl, const format_ar
 OLMA_API void FormatTo(std::ostream& out, std::string_view tmpl, const format_arg* args, std::size_t count,
                        std::error_code& ec);
 // Returns the formatted text, also the partial text on failure.
-OLMA_API std::string Format(std::string_view tmpl, const format_arg* args, std::size_t count,
-                            std::error_code& ec);
+[[nodiscard]] OLMA_API std::string Format(std::string_view tmpl, const format_arg* args, std::size_t count,
+                                          std::error_code& ec);
 
 // Renderers for the argument types; each returns false for a specification it refuses
 // (see the top of this file). An empty specification uses the type's default conversion;
@@ -216,7 +217,7 @@ inline format_arg make_format_arg(const T& value) {
 template <std::size_t N>
 struct FormatImpl {
   template <typename... Args>
-  static std::string call(std::string_view tmpl, const Args&... args) {
+  [[nodiscard]] static std::string call(std::string_view tmpl, const Args&... args) {
     static_assert(sizeof...(Args) == N, "FormatImpl<N> takes exactly N arguments");
     std::error_code ec(0, std::system_category());
     if constexpr (N == 0) {
@@ -230,18 +231,19 @@ struct FormatImpl {
 
 // The everyday spelling of FormatImpl<N>::call.
 template <typename... Args>
-inline std::string Format(std::string_view tmpl, const Args&... args) {
+[[nodiscard]] inline std::string Format(std::string_view tmpl, const Args&... args) {
   return FormatImpl<sizeof...(Args)>::call(tmpl, args...);
 }
 
 // Formats with the strings of `strings` as positional arguments. Up to StackArgs
 // arguments the argument array lives on the stack; above that it is allocated once.
-OLMA_API std::string FormatImplContainer(std::string_view tmpl, const std::string* strings, std::size_t count,
-                                         Detail::format_arg* scratch, std::size_t scratch_size,
-                                         std::error_code& ec);
+[[nodiscard]] OLMA_API std::string FormatImplContainer(std::string_view tmpl, const std::string* strings,
+                                                       std::size_t count, Detail::format_arg* scratch,
+                                                       std::size_t scratch_size, std::error_code& ec);
 
 template <std::size_t StackArgs, typename Container>
-std::string FormatContainer(std::string_view tmpl, const Container& strings, std::error_code& ec) {
+[[nodiscard]] std::string FormatContainer(std::string_view tmpl, const Container& strings,
+                                          std::error_code& ec) {
   Detail::format_arg scratch[StackArgs];
   return FormatImplContainer(tmpl, strings.data(), strings.size(), scratch, StackArgs, ec);
 }
@@ -253,26 +255,27 @@ using NamedArgs = std::map<std::string_view, std::string>;
 // the braces is the name (no conversion specification). An empty name sets error 2, an
 // unknown name error 1 (format category); on either error the template is returned
 // unchanged, not the partial text.
-OLMA_API std::string FormatNamed(std::string_view tmpl, const NamedArgs& names, std::error_code& ec);
+[[nodiscard]] OLMA_API std::string FormatNamed(std::string_view tmpl, const NamedArgs& names,
+                                               std::error_code& ec);
 
 namespace FormatHelper {
 // Converts a printf-style template to the brace syntax: "%s" gives "{}", "%5d" gives
 // "{:5}", "%2$s" gives "{2}", "%x" gives "{:x}", "%%" gives "%". Only the plain forms are
 // converted faithfully: a flag or length modifier before the first digit writes an extra
 // "{", and an unfinished conversion stays unclosed. Braces are copied as they are.
-OLMA_API std::string PrintfLikeFmtToOlmaFmt(std::string_view printf_template);
+[[nodiscard]] OLMA_API std::string PrintfLikeFmtToOlmaFmt(std::string_view printf_template);
 }  // namespace FormatHelper
 
 // "category:value(message)", e.g. "Olma Format Error:3(More specifiers than expected.)".
 template <typename E>
 struct StringOfErrorImpl {
-  static std::string call(const E& code) { return Format("{}({})", code, code.message()); }
+  [[nodiscard]] static std::string call(const E& code) { return Format("{}({})", code, code.message()); }
 };
 
-inline std::string StringOfError(const std::error_code& code) {
+[[nodiscard]] inline std::string StringOfError(const std::error_code& code) {
   return StringOfErrorImpl<std::error_code>::call(code);
 }
-inline std::string StringOfError(const boost::system::error_code& code) {
+[[nodiscard]] inline std::string StringOfError(const boost::system::error_code& code) {
   return StringOfErrorImpl<boost::system::error_code>::call(code);
 }
 
@@ -281,7 +284,7 @@ namespace Detail {
 // category) when the text is not a complete number and to (2, tools category) when the
 // number does not fit `T`; `out` is then left unchanged.
 template <typename T>
-bool CheckConvert(std::string_view text, T& out, std::error_code& ec);
+[[nodiscard]] bool CheckConvert(std::string_view text, T& out, std::error_code& ec);
 
 extern template OLMA_API bool CheckConvert<int>(std::string_view, int&, std::error_code&);
 extern template OLMA_API bool CheckConvert<long long>(std::string_view, long long&, std::error_code&);

@@ -36,7 +36,7 @@ inline constexpr std::size_t kDefaultDecompressLimit = std::size_t{64} << 20;
 //   when deflate stops before the end of the stream; the result then holds what was produced.
 // Running out of memory reports "olma.compress.failed" with Z_MEM_ERROR (-4) and
 // "insufficient memory", with an empty result.
-OLMA_API ByteVector Compress(const std::string& data, MessageList& messages, int level = -1);
+[[nodiscard]] OLMA_API ByteVector Compress(const std::string& data, MessageList& messages, int level = -1);
 
 // Inflates the first gzip member of `data`; bytes after its end are ignored. Raw deflate and
 // zlib-wrapped streams are refused.
@@ -50,9 +50,10 @@ OLMA_API ByteVector Compress(const std::string& data, MessageList& messages, int
 //   stays within the limit plus one 4096-byte step.
 // - "olma.decompress.failed" with zlib's Z_MEM_ERROR (-4) and "insufficient memory" when
 //   memory runs out (std::bad_alloc is caught).
-OLMA_API std::string Decompress(const ByteVector& data, MessageList& messages);
+[[nodiscard]] OLMA_API std::string Decompress(const ByteVector& data, MessageList& messages);
 // The same with another ceiling: content longer than `max_output` bytes is refused.
-OLMA_API std::string Decompress(const ByteVector& data, MessageList& messages, std::size_t max_output);
+[[nodiscard]] OLMA_API std::string Decompress(const ByteVector& data, MessageList& messages,
+                                              std::size_t max_output);
 
 }  // namespace Gzip
 }  // namespace Olma

@@ -75,7 +75,7 @@ class OLMA_API ScalarDefinition final : public Detail::DefinitionBase<ScalarDefi
  public:
   explicit ScalarDefinition(DataDefinition::PrivConstructor) noexcept
       : Detail::DefinitionBase<ScalarDefinition<Kind>>(Kind) {}
-  static std::shared_ptr<ScalarDefinition> GetInstance() {
+  [[nodiscard]] static std::shared_ptr<ScalarDefinition> GetInstance() {
     return std::make_shared<ScalarDefinition>(DataDefinition::PrivConstructor{});
   }
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
@@ -119,7 +119,7 @@ class OLMA_API OptionalDefinition final
     : public Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL> {
  public:
   OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element);
-  static PtrType GetInstance(DataDefinition::PtrConstType element);
+  [[nodiscard]] static PtrType GetInstance(DataDefinition::PtrConstType element);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -127,7 +127,7 @@ class OLMA_API OptionalDefinition final
 class OLMA_API ListDefinition final : public Detail::ElementDefinition<ListDefinition, DataType::LIST> {
  public:
   ListDefinition(PrivConstructor, DataDefinition::PtrConstType element);
-  static PtrType GetInstance(DataDefinition::PtrConstType element);
+  [[nodiscard]] static PtrType GetInstance(DataDefinition::PtrConstType element);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -195,9 +195,9 @@ class OLMA_API StructDefinition final
  public:
   StructDefinition(PrivConstructor, std::optional<std::string> name, std::optional<FieldMap> fields);
   // Name and field map both set.
-  static PtrType GetInstance(std::string name, FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(std::string name, FieldMap fields);
   // Name and field map both unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -207,11 +207,11 @@ class OLMA_API ErrorDefinition final
  public:
   ErrorDefinition(PrivConstructor, std::optional<std::string> name, std::optional<FieldMap> fields);
   // Name set, field map unset.
-  static PtrType GetInstance(std::string name);
+  [[nodiscard]] static PtrType GetInstance(std::string name);
   // Name and field map both set.
-  static PtrType GetInstance(std::string name, FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(std::string name, FieldMap fields);
   // Name and field map both unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -230,9 +230,9 @@ class OLMA_API StructRefDefinition final : public Detail::DefinitionBase<StructR
   StructRefDefinition(PrivConstructor, std::weak_ptr<const StructDefinition> target,
                       std::optional<std::string> name);
   // Refers to `target` and takes its name (unset if the target's is).
-  static PtrType GetInstance(const std::shared_ptr<const StructDefinition>& target);
+  [[nodiscard]] static PtrType GetInstance(const std::shared_ptr<const StructDefinition>& target);
   // Refers to a structure by name only; whoever consumes the tree resolves it.
-  static PtrType GetInstance(std::string name);
+  [[nodiscard]] static PtrType GetInstance(std::string name);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
   const std::optional<std::string>& name() const noexcept { return name_; }
@@ -254,9 +254,9 @@ class OLMA_API DynamicStructureDefinition final
  public:
   DynamicStructureDefinition(PrivConstructor, std::optional<FieldMap> fields);
   // Field map unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // The fields such a structure is known to carry.
-  static PtrType GetInstance(FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(FieldMap fields);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -266,9 +266,9 @@ class OLMA_API DynamicErrorDefinition final
  public:
   DynamicErrorDefinition(PrivConstructor, std::optional<FieldMap> fields);
   // Field map unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // The fields such an error is known to carry.
-  static PtrType GetInstance(FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(FieldMap fields);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -287,7 +287,7 @@ class OLMA_API IsOneOfDefinition final : public Detail::DefinitionBase<IsOneOfDe
   using Predicate = std::function<bool(const std::string&)>;
 
   IsOneOfDefinition(PrivConstructor, Predicate predicate);
-  static PtrType GetInstance(Predicate predicate);
+  [[nodiscard]] static PtrType GetInstance(Predicate predicate);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
   const Predicate& predicate() const noexcept { return predicate_; }
@@ -295,7 +295,7 @@ class OLMA_API IsOneOfDefinition final : public Detail::DefinitionBase<IsOneOfDe
   bool Check(const std::string& value) const { return predicate_(value); }
 
   // Always true: predicates cannot be compared, so any two enumerations count as equal.
-  static bool Compare(const PtrConstType&, const PtrConstType&) noexcept { return true; }
+  [[nodiscard]] static bool Compare(const PtrConstType&, const PtrConstType&) noexcept { return true; }
 
  private:
   Predicate predicate_;
@@ -311,8 +311,8 @@ class OLMA_API UnionCaseDefinition final
 
   UnionCaseDefinition(PrivConstructor, DataDefinition::PtrConstType element, std::string tagFieldName,
                       CasePredicate predicate);
-  static PtrType GetInstance(DataDefinition::PtrConstType element, std::string tagFieldName,
-                             CasePredicate predicate);
+  [[nodiscard]] static PtrType GetInstance(DataDefinition::PtrConstType element, std::string tagFieldName,
+                                           CasePredicate predicate);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
   // element() is the definition of the field's content when it is present.
@@ -325,7 +325,7 @@ class OLMA_API UnionCaseDefinition final
 
   // True exactly when the tag field names are byte-wise equal; elements and predicates are
   // not compared. Two empty pointers are equal, an empty and a set one are not.
-  static bool Compare(const PtrConstType& a, const PtrConstType& b) noexcept;
+  [[nodiscard]] static bool Compare(const PtrConstType& a, const PtrConstType& b) noexcept;
 
  private:
   std::string tagFieldName_;
