@@ -51,9 +51,9 @@ std::string PrintfLikeFmtToOlmaFmt(std::string_view printf_template) {
         state = State::Digits;
       }
     } else if (c == '$') {
+      // A position that is not a number in range counts as none.
       std::error_code ignored;
-      position = 0;
-      Detail::CheckConvert(width, position, ignored);
+      if (!Detail::CheckConvert(width, position, ignored)) position = 0;
       width.clear();
       state = State::Positioned;
     } else if (IsConversionLetter(c)) {

@@ -38,11 +38,12 @@ Val Item(const std::string& colour, bool sale, int depth) {
 
 // The messages of validating `value` in all four modes, in that order.
 Texts ValidateInAllModes(const Def& definition, const Val& value) {
+  // The messages carry the outcome; the results only repeat whether there were any.
   MessageList errors;
-  DataValidator::Validate<LooseMatch, ValidatorModeStrict>(definition, value, errors);
-  DataValidator::Validate<StrictMatch, ValidatorModeStrict>(definition, value, errors);
-  DataValidator::Validate<LooseMatch, ValidatorModePermissive>(definition, value, errors);
-  DataValidator::Validate<StrictMatch, ValidatorModePermissive>(definition, value, errors);
+  static_cast<void>(DataValidator::Validate<LooseMatch, ValidatorModeStrict>(definition, value, errors));
+  static_cast<void>(DataValidator::Validate<StrictMatch, ValidatorModeStrict>(definition, value, errors));
+  static_cast<void>(DataValidator::Validate<LooseMatch, ValidatorModePermissive>(definition, value, errors));
+  static_cast<void>(DataValidator::Validate<StrictMatch, ValidatorModePermissive>(definition, value, errors));
   return Flatten(errors);
 }
 

@@ -18,7 +18,7 @@ namespace Olma {
 namespace Base64 {
 
 // The Base64 text of `data`: padded with "=" to a multiple of four characters, no line breaks.
-OLMA_API std::string Encode(const ByteVector& data);
+[[nodiscard]] OLMA_API std::string Encode(const ByteVector& data);
 
 // Decodes `text` into bytes.
 //
@@ -28,12 +28,15 @@ OLMA_API std::string Encode(const ByteVector& data);
 //
 // Padding ends decoding: an "=" that is the last character completes its group with two bytes,
 // an "=" followed by exactly one more character with one byte (the character after it is not
-// examined); an "=" anywhere else is an error.
+// examined); an "=" anywhere else is an error. This leniency is the decoder's definition, kept
+// because stored texts depend on it: the byte count follows the position of the "=", not the
+// symbols before it in its group (missing ones count as zero bits), so "=" and "A=" each
+// decode to two zero bytes, "AA=" to two bytes and "TQ=x" to "M".
 //
 // On failure one of "Truncated Base64!", "Invalid Padding in Base 64!" or
 // "Non-Valid Character in Base 64!" is appended to `error` (whatever it held is kept in front)
 // and the result is empty. On success `error` is not touched.
-OLMA_API ByteVector Decode(const std::string& text, std::string& error);
+[[nodiscard]] OLMA_API ByteVector Decode(const std::string& text, std::string& error);
 
 }  // namespace Base64
 }  // namespace Olma

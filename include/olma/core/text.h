@@ -20,7 +20,7 @@
 namespace Olma {
 
 // The value of one hex digit: "0"-"9" give 0-9, "A"-"F" and "a"-"f" give 10-15, anything else -1.
-OLMA_API int DecodeHex(int c);
+[[nodiscard]] OLMA_API int DecodeHex(int c);
 
 // Which ends Trim() cuts; the values are bit masks.
 enum class ETrim : int {
@@ -32,17 +32,18 @@ enum class ETrim : int {
 // `text` without the white space (blank, "\t", "\n", "\v", "\f", "\r") at the ends `mode` selects.
 // The set is that of std::isspace in the "C" locale, fixed here so the result does not depend on
 // the process locale.
-OLMA_API std::string_view Trim(std::string_view text, ETrim mode = ETrim::Both);
+[[nodiscard]] OLMA_API std::string_view Trim(std::string_view text, ETrim mode = ETrim::Both);
 
 // The pieces of `text` between occurrences of the whole `separator`, in order, empty pieces
 // dropped: SplitString("a,,b,", ",") is {"a", "b"}. An empty text gives no pieces; an empty
 // separator gives the text as the only piece.
-OLMA_API std::vector<std::string_view> SplitString(std::string_view text, std::string_view separator);
+[[nodiscard]] OLMA_API std::vector<std::string_view> SplitString(std::string_view text,
+                                                                 std::string_view separator);
 
 // True when `a` and `b` have the same length and equal bytes once bit 0x20 is set in each. That is
 // case-insensitive for ASCII letters but also equates a few punctuation pairs ("[" and "{", "@"
 // and "`", for example); callers compare header names and tags with it, where that is harmless.
-OLMA_API bool StrICmp(std::string_view a, std::string_view b);
+[[nodiscard]] OLMA_API bool StrICmp(std::string_view a, std::string_view b);
 
 // Changes "A"-"Z" to "a"-"z" in place; every other byte stays. It takes the characters it changes,
 // a string or a mutable range, since a string view gives read-only access.
@@ -52,6 +53,6 @@ inline void InplaceLower(std::string& text) {
 }
 
 // The length of `text` up to its first NUL; 0 for a null pointer.
-OLMA_API std::size_t StrLen(const char* text);
+[[nodiscard]] OLMA_API std::size_t StrLen(const char* text);
 
 }  // namespace Olma

@@ -93,8 +93,8 @@ class OLMA_API ValueComparator {
   // Empty pointers inside the trees (list elements, field values, optional contents) are
   // accepted: two empty ones are equal, an empty and a non-empty one give
   // "olma.data.type.mismatch" with "<unset>" for the empty side.
-  static bool Compare(const DataValue::PtrConstType& a, const DataValue::PtrConstType& b,
-                      MessageList& messages);
+  [[nodiscard]] static bool Compare(const DataValue::PtrConstType& a, const DataValue::PtrConstType& b,
+                                    MessageList& messages);
 };
 
 extern template class OLMA_API ValueComparator<CompModeLoose>;
@@ -118,8 +118,8 @@ extern template class OLMA_API ValueComparator<CompModeStrict>;
 class OLMA_API DefinitionComparator {
  public:
   // As ValueComparator::Compare, for definitions.
-  static bool Compare(const DataDefinition::PtrConstType& a, const DataDefinition::PtrConstType& b,
-                      MessageList& messages);
+  [[nodiscard]] static bool Compare(const DataDefinition::PtrConstType& a,
+                                    const DataDefinition::PtrConstType& b, MessageList& messages);
 };
 
 }  // namespace Data

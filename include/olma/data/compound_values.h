@@ -84,7 +84,7 @@ class OLMA_API StructValue final : public CompoundValue {
   using PtrConstType = std::shared_ptr<const StructValue>;
 
   // A structure with that name and no fields.
-  static PtrType GetInstance(std::string name);
+  [[nodiscard]] static PtrType GetInstance(std::string name);
 
   StructValue(PrivConstructor tag, std::string name) noexcept : CompoundValue(tag, std::move(name)) {}
 
@@ -105,13 +105,13 @@ class OLMA_API ErrorValue final : public CompoundValue {
   static constexpr std::string_view kMessageStructName = "com.zorvex.olma.std.localizable_message";
 
   // An error with that name and no fields at all (not even "messages").
-  static PtrType GetInstance(std::string name);
+  [[nodiscard]] static PtrType GetInstance(std::string name);
   // An error whose field "messages" is `messages`.
-  static PtrType GetInstance(std::string name, ListValue::PtrConstType messages);
+  [[nodiscard]] static PtrType GetInstance(std::string name, ListValue::PtrConstType messages);
   // An error whose field "messages" lists `messages` as localizable-message structures
   // (LocalizableMessage::BuildList, olma/data/localizable_message.h): "id" and
   // "default_message" as strings, "args" as a ListValueString.
-  static PtrType Create(std::string name, const MessageList& messages);
+  [[nodiscard]] static PtrType Create(std::string name, const MessageList& messages);
 
   ErrorValue(PrivConstructor tag, std::string name) noexcept : CompoundValue(tag, std::move(name)) {}
 

@@ -69,12 +69,12 @@ struct OLMA_API EnumConverter {
   // The name of `value`: the table entry of its number, "_UNKNOWN" for a number without
   // a name of its own, and DataType::_unkStr (when set) for DataType::UNKNOWN.
   template <const char* const* Table, typename E>
-  static std::string Convert(E value);
+  [[nodiscard]] static std::string Convert(E value);
 
   // The reverse lookup: the kind named `name` (exact comparison). Returns false and
   // leaves `out` unchanged when no kind has that name.
   template <const char* const* Table, typename E>
-  static bool Convert(std::string_view name, E& out);
+  [[nodiscard]] static bool Convert(std::string_view name, E& out);
 };
 
 template <>
@@ -83,7 +83,7 @@ template <>
 OLMA_API bool EnumConverter::Convert<DataType::Strings, DataType>(std::string_view name, DataType& out);
 
 // The kind's name, as EnumConverter gives it.
-OLMA_API std::string to_string(DataType type);
+[[nodiscard]] OLMA_API std::string to_string(DataType type);
 OLMA_API std::ostream& operator<<(std::ostream& out, DataType type);
 
 }  // namespace Data

@@ -76,19 +76,19 @@ class OLMA_API DataDefinition {
   // DateTime STRING, SecretString SECRET, DynamicStructure DYNAMIC_STRUCTURE and
   // DynamicError ANY_ERROR. Any other T does not compile.
   template <class T>
-  static PtrType Create();
+  [[nodiscard]] static PtrType Create();
 
   // Whether two definition trees are the same. The second form appends a message naming
   // the first difference met; the first discards it.
-  static bool Compare(const PtrConstType& a, const PtrConstType& b);
-  static bool Compare(const PtrConstType& a, const PtrConstType& b, MessageList& messages);
+  [[nodiscard]] static bool Compare(const PtrConstType& a, const PtrConstType& b);
+  [[nodiscard]] static bool Compare(const PtrConstType& a, const PtrConstType& b, MessageList& messages);
 
   // Checks `value` against `definition`. Returns true when nothing was appended to
   // `errors`. Match is LooseMatch or StrictMatch, Mode ValidatorModeStrict or
   // ValidatorModePermissive; the four combinations are instantiated in the library.
   template <class Match, class Mode>
-  static bool Validate(const PtrConstType& definition, const std::shared_ptr<const DataValue>& value,
-                       MessageList& errors);
+  [[nodiscard]] static bool Validate(const PtrConstType& definition,
+                                     const std::shared_ptr<const DataValue>& value, MessageList& errors);
 
  protected:
   // Only the factories of the concrete classes can name this, so every definition is

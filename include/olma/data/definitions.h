@@ -75,20 +75,20 @@ class OLMA_API ScalarDefinition final : public Detail::DefinitionBase<ScalarDefi
  public:
   explicit ScalarDefinition(DataDefinition::PrivConstructor) noexcept
       : Detail::DefinitionBase<ScalarDefinition<Kind>>(Kind) {}
-  static std::shared_ptr<ScalarDefinition> GetInstance() {
+  [[nodiscard]] static std::shared_ptr<ScalarDefinition> GetInstance() {
     return std::make_shared<ScalarDefinition>(DataDefinition::PrivConstructor{});
   }
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class ScalarDefinition<DataType::VOID>;
-extern template class ScalarDefinition<DataType::OPAQUE>;
-extern template class ScalarDefinition<DataType::INTEGER>;
-extern template class ScalarDefinition<DataType::DOUBLE>;
-extern template class ScalarDefinition<DataType::BOOLEAN>;
-extern template class ScalarDefinition<DataType::BLOB>;
-extern template class ScalarDefinition<DataType::STRING>;
-extern template class ScalarDefinition<DataType::SECRET>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::VOID>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::OPAQUE>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::INTEGER>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::DOUBLE>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::BOOLEAN>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::BLOB>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::STRING>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::SECRET>;
 
 // ---------------------------------------------------------------------------------------
 // Wrappers of one element.
@@ -119,7 +119,7 @@ class OLMA_API OptionalDefinition final
     : public Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL> {
  public:
   OptionalDefinition(PrivConstructor, DataDefinition::PtrConstType element);
-  static PtrType GetInstance(DataDefinition::PtrConstType element);
+  [[nodiscard]] static PtrType GetInstance(DataDefinition::PtrConstType element);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -127,12 +127,13 @@ class OLMA_API OptionalDefinition final
 class OLMA_API ListDefinition final : public Detail::ElementDefinition<ListDefinition, DataType::LIST> {
  public:
   ListDefinition(PrivConstructor, DataDefinition::PtrConstType element);
-  static PtrType GetInstance(DataDefinition::PtrConstType element);
+  [[nodiscard]] static PtrType GetInstance(DataDefinition::PtrConstType element);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
-extern template class Detail::ElementDefinition<ListDefinition, DataType::LIST>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
+extern template class OLMA_EXTERN_TEMPLATE_API Detail::ElementDefinition<ListDefinition, DataType::LIST>;
 
 // ---------------------------------------------------------------------------------------
 // Compounds. Name and field map are each optional; an unset map behaves as an empty one.
@@ -194,9 +195,9 @@ class OLMA_API StructDefinition final
  public:
   StructDefinition(PrivConstructor, std::optional<std::string> name, std::optional<FieldMap> fields);
   // Name and field map both set.
-  static PtrType GetInstance(std::string name, FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(std::string name, FieldMap fields);
   // Name and field map both unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -206,18 +207,21 @@ class OLMA_API ErrorDefinition final
  public:
   ErrorDefinition(PrivConstructor, std::optional<std::string> name, std::optional<FieldMap> fields);
   // Name set, field map unset.
-  static PtrType GetInstance(std::string name);
+  [[nodiscard]] static PtrType GetInstance(std::string name);
   // Name and field map both set.
-  static PtrType GetInstance(std::string name, FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(std::string name, FieldMap fields);
   // Name and field map both unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
-extern template class Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
-extern template class Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
-extern template class Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
 
 // STRUCTURE_REF: a non-owning reference to a structure, for recursive types. Renders
 // "StructRefDefinition"; the target is never followed by rendering.
@@ -226,9 +230,9 @@ class OLMA_API StructRefDefinition final : public Detail::DefinitionBase<StructR
   StructRefDefinition(PrivConstructor, std::weak_ptr<const StructDefinition> target,
                       std::optional<std::string> name);
   // Refers to `target` and takes its name (unset if the target's is).
-  static PtrType GetInstance(const std::shared_ptr<const StructDefinition>& target);
+  [[nodiscard]] static PtrType GetInstance(const std::shared_ptr<const StructDefinition>& target);
   // Refers to a structure by name only; whoever consumes the tree resolves it.
-  static PtrType GetInstance(std::string name);
+  [[nodiscard]] static PtrType GetInstance(std::string name);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
   const std::optional<std::string>& name() const noexcept { return name_; }
@@ -250,9 +254,9 @@ class OLMA_API DynamicStructureDefinition final
  public:
   DynamicStructureDefinition(PrivConstructor, std::optional<FieldMap> fields);
   // Field map unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // The fields such a structure is known to carry.
-  static PtrType GetInstance(FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(FieldMap fields);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
@@ -262,14 +266,16 @@ class OLMA_API DynamicErrorDefinition final
  public:
   DynamicErrorDefinition(PrivConstructor, std::optional<FieldMap> fields);
   // Field map unset.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // The fields such an error is known to carry.
-  static PtrType GetInstance(FieldMap fields);
+  [[nodiscard]] static PtrType GetInstance(FieldMap fields);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE>;
-extern template class Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
 
 // ---------------------------------------------------------------------------------------
 // Restricted kinds, each visited through a slot of its own.
@@ -281,7 +287,7 @@ class OLMA_API IsOneOfDefinition final : public Detail::DefinitionBase<IsOneOfDe
   using Predicate = std::function<bool(const std::string&)>;
 
   IsOneOfDefinition(PrivConstructor, Predicate predicate);
-  static PtrType GetInstance(Predicate predicate);
+  [[nodiscard]] static PtrType GetInstance(Predicate predicate);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
   const Predicate& predicate() const noexcept { return predicate_; }
@@ -289,7 +295,7 @@ class OLMA_API IsOneOfDefinition final : public Detail::DefinitionBase<IsOneOfDe
   bool Check(const std::string& value) const { return predicate_(value); }
 
   // Always true: predicates cannot be compared, so any two enumerations count as equal.
-  static bool Compare(const PtrConstType&, const PtrConstType&) noexcept { return true; }
+  [[nodiscard]] static bool Compare(const PtrConstType&, const PtrConstType&) noexcept { return true; }
 
  private:
   Predicate predicate_;
@@ -305,8 +311,8 @@ class OLMA_API UnionCaseDefinition final
 
   UnionCaseDefinition(PrivConstructor, DataDefinition::PtrConstType element, std::string tagFieldName,
                       CasePredicate predicate);
-  static PtrType GetInstance(DataDefinition::PtrConstType element, std::string tagFieldName,
-                             CasePredicate predicate);
+  [[nodiscard]] static PtrType GetInstance(DataDefinition::PtrConstType element, std::string tagFieldName,
+                                           CasePredicate predicate);
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
   // element() is the definition of the field's content when it is present.
@@ -319,14 +325,15 @@ class OLMA_API UnionCaseDefinition final
 
   // True exactly when the tag field names are byte-wise equal; elements and predicates are
   // not compared. Two empty pointers are equal, an empty and a set one are not.
-  static bool Compare(const PtrConstType& a, const PtrConstType& b) noexcept;
+  [[nodiscard]] static bool Compare(const PtrConstType& a, const PtrConstType& b) noexcept;
 
  private:
   std::string tagFieldName_;
   CasePredicate predicate_;
 };
 
-extern template class Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
 
 }  // namespace Data
 }  // namespace Olma

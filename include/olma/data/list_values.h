@@ -44,9 +44,9 @@ class OLMA_API ListValue final : public DataValue, public std::list<DataValue::P
   static constexpr Kind kNativeListKind = 1;
 
   // An empty list of kind kDefaultKind.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // An empty list of the given kind.
-  static PtrType GetInstance(Kind kind);
+  [[nodiscard]] static PtrType GetInstance(Kind kind);
 
   ListValue(PrivConstructor tag, Kind kind) noexcept : DataValue(tag), kind_(kind) {}
   // Frees the elements without recursion.
@@ -84,7 +84,7 @@ class OLMA_API TypedListValue final : public DataValue, public ListValueMixin<T>
   using PtrType = std::shared_ptr<TypedListValue>;
   using PtrConstType = std::shared_ptr<const TypedListValue>;
 
-  static PtrType GetInstance() { return std::make_shared<TypedListValue>(PrivConstructor()); }
+  [[nodiscard]] static PtrType GetInstance() { return std::make_shared<TypedListValue>(PrivConstructor()); }
   explicit TypedListValue(PrivConstructor tag) noexcept : DataValue(tag) {}
 
   DataType type() const override { return Kind; }
@@ -93,12 +93,12 @@ class OLMA_API TypedListValue final : public DataValue, public ListValueMixin<T>
   std::string ToString() const override;
 };
 
-extern template class TypedListValue<bool, DataType::LIST_BOOL>;
-extern template class TypedListValue<long long, DataType::LIST_LONG>;
-extern template class TypedListValue<double, DataType::LIST_DOUBLE>;
-extern template class TypedListValue<ByteVector, DataType::LIST_BLOB>;
-extern template class TypedListValue<std::string, DataType::LIST_STRING>;
-extern template class TypedListValue<SecretString, DataType::LIST_SECRET>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<bool, DataType::LIST_BOOL>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<long long, DataType::LIST_LONG>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<double, DataType::LIST_DOUBLE>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<ByteVector, DataType::LIST_BLOB>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<std::string, DataType::LIST_STRING>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<SecretString, DataType::LIST_SECRET>;
 
 }  // namespace Data
 }  // namespace Olma

@@ -27,9 +27,9 @@ class OLMA_API OptionalValue final : public DataValue {
   using PtrConstType = std::shared_ptr<const OptionalValue>;
 
   // An unset optional with an empty content pointer.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // A set optional holding `value`; set even when `value` is empty.
-  static PtrType GetInstance(DataValue::PtrConstType value);
+  [[nodiscard]] static PtrType GetInstance(DataValue::PtrConstType value);
 
   OptionalValue(PrivConstructor tag, bool is_set, DataValue::PtrConstType value) noexcept;
   // Frees the content without recursion.

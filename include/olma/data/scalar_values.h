@@ -31,7 +31,7 @@ class OLMA_API VoidValue final : public DataValue {
   using PtrType = std::shared_ptr<VoidValue>;
   using PtrConstType = std::shared_ptr<const VoidValue>;
 
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
 
   explicit VoidValue(PrivConstructor tag) noexcept : DataValue(tag) {}
 
@@ -48,7 +48,7 @@ class OLMA_API IntegerValue final : public DataValue {
   using PtrType = std::shared_ptr<IntegerValue>;
   using PtrConstType = std::shared_ptr<const IntegerValue>;
 
-  static PtrType GetInstance(long long value);
+  [[nodiscard]] static PtrType GetInstance(long long value);
 
   IntegerValue(PrivConstructor tag, long long value) noexcept : DataValue(tag), value_(value) {}
 
@@ -70,7 +70,7 @@ class OLMA_API DoubleValue final : public DataValue {
   using PtrType = std::shared_ptr<DoubleValue>;
   using PtrConstType = std::shared_ptr<const DoubleValue>;
 
-  static PtrType GetInstance(double value);
+  [[nodiscard]] static PtrType GetInstance(double value);
 
   DoubleValue(PrivConstructor tag, double value) noexcept : DataValue(tag), value_(value) {}
 
@@ -91,7 +91,7 @@ class OLMA_API BooleanValue final : public DataValue {
   using PtrType = std::shared_ptr<BooleanValue>;
   using PtrConstType = std::shared_ptr<const BooleanValue>;
 
-  static PtrType GetInstance(bool value);
+  [[nodiscard]] static PtrType GetInstance(bool value);
 
   BooleanValue(PrivConstructor tag, bool value) noexcept : DataValue(tag), value_(value) {}
 
@@ -114,9 +114,9 @@ class OLMA_API BlobValue final : public DataValue {
   using PtrConstType = std::shared_ptr<const BlobValue>;
 
   // An empty blob.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // Takes the bytes (pass an rvalue to hand them over without a copy).
-  static PtrType GetInstance(ByteVector value);
+  [[nodiscard]] static PtrType GetInstance(ByteVector value);
 
   BlobValue(PrivConstructor tag, ByteVector value) noexcept : DataValue(tag), value_(std::move(value)) {}
 
@@ -139,7 +139,7 @@ class OLMA_API StringValue final : public DataValue {
   using PtrConstType = std::shared_ptr<const StringValue>;
 
   // Takes the text (pass an rvalue to hand it over without a copy).
-  static PtrType GetInstance(std::string value);
+  [[nodiscard]] static PtrType GetInstance(std::string value);
 
   StringValue(PrivConstructor tag, std::string value) noexcept : DataValue(tag), value_(std::move(value)) {}
 
@@ -162,7 +162,7 @@ class OLMA_API SecretValue final : public DataValue {
   using PtrConstType = std::shared_ptr<const SecretValue>;
 
   // Takes the secret (pass an rvalue to hand it over without a copy).
-  static PtrType GetInstance(SecretString value);
+  [[nodiscard]] static PtrType GetInstance(SecretString value);
 
   SecretValue(PrivConstructor tag, SecretString value) noexcept : DataValue(tag), value_(std::move(value)) {}
 

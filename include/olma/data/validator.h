@@ -211,7 +211,7 @@ constexpr bool ReportsKind(DataType actual) noexcept {
 // A UnionCaseDefinition reports OPTIONAL as well but is no OptionalDefinition: narrow an
 // optional definition only where a DefinitionVisitor has told the two apart.
 template <DataType::EnumType Type, class Target, class Source>
-std::shared_ptr<const Target> NarrowDataTypeInt(const std::shared_ptr<const Source>& pointer) {
+[[nodiscard]] std::shared_ptr<const Target> NarrowDataTypeInt(const std::shared_ptr<const Source>& pointer) {
   static_assert(Detail::Narrowable<Type, Target>::value, "NarrowDataTypeInt: no such kind for this class");
   if (pointer && Detail::ReportsKind<Type>(pointer->type()))
     return std::static_pointer_cast<const Target>(pointer);
@@ -228,8 +228,8 @@ class OLMA_API DataValidator {
   // ValidatorModeStrict or ValidatorModePermissive; these four combinations are provided
   // by the library. Thread-safe; does not throw for invalid data.
   template <class Match, class Mode>
-  static bool Validate(const DataDefinition::PtrConstType& definition, const DataValue::PtrConstType& value,
-                       MessageList& errors);
+  [[nodiscard]] static bool Validate(const DataDefinition::PtrConstType& definition,
+                                     const DataValue::PtrConstType& value, MessageList& errors);
 };
 
 extern template OLMA_API bool DataValidator::Validate<LooseMatch, ValidatorModeStrict>(

@@ -77,26 +77,26 @@ class OLMA_API DataValue : public std::enable_shared_from_this<DataValue> {
   // SecretString a SecretValue, DateTime a StringValue of its text, Void a VoidValue.
   // Any other type is refused at compile time.
   template <class T>
-  static PtrConstType Create(const T& value);
+  [[nodiscard]] static PtrConstType Create(const T& value);
   // A VoidValue, for T = void or Void.
   template <class T>
-  static PtrConstType Create();
+  [[nodiscard]] static PtrConstType Create();
 
   // Whether two values are equal (CompModeLoose or CompModeStrict). The differences found
   // are appended to `messages`.
   template <class Mode>
-  static bool Compare(const PtrConstType& a, const PtrConstType& b, MessageList& messages);
+  [[nodiscard]] static bool Compare(const PtrConstType& a, const PtrConstType& b, MessageList& messages);
 
   // Converts `value` to the native type T with the strict rules: the kinds must match.
   // Returns false, appends the reason to `messages` and leaves `out` unchanged on failure.
   // T is one of Void, long long, double, bool, ByteVector, std::string, DateTime,
   // SecretString.
   template <class T>
-  static bool Value(const PtrConstType& value, T& out, MessageList& messages);
+  [[nodiscard]] static bool Value(const PtrConstType& value, T& out, MessageList& messages);
 
   // As Value, with the lenient conversion rules.
   template <class T>
-  static bool ToPrimitive(const PtrConstType& value, T& out, MessageList& messages);
+  [[nodiscard]] static bool ToPrimitive(const PtrConstType& value, T& out, MessageList& messages);
 
  protected:
   // The constructor tag: only the classes of this hierarchy can make one, so values are

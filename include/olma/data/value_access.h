@@ -146,11 +146,13 @@ namespace DataValueHelpers {
 // empty `value` yields an empty pointer; an empty path (or ".") yields `value` itself.
 // The only message is "olma.data.getvaluebypath.list.not.last"; the path is read in
 // place, never copied.
-OLMA_API DataValue::PtrConstType GetValueByPath(std::string_view path, const DataValue::PtrConstType& value,
-                                                MessageList& messages);
+[[nodiscard]] OLMA_API DataValue::PtrConstType GetValueByPath(std::string_view path,
+                                                              const DataValue::PtrConstType& value,
+                                                              MessageList& messages);
 
 // The same, discarding the message.
-OLMA_API DataValue::PtrConstType GetValueByPath(std::string_view path, const DataValue::PtrConstType& value);
+[[nodiscard]] OLMA_API DataValue::PtrConstType GetValueByPath(std::string_view path,
+                                                              const DataValue::PtrConstType& value);
 
 }  // namespace DataValueHelpers
 

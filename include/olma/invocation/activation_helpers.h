@@ -108,8 +108,9 @@ struct OLMA_API RequestIdHelper {
 
   // True and `requestId` set when the map holds a request id; false and `requestId`
   // unchanged otherwise.
-  static bool Get(const std::map<std::string, std::string>& map, std::string& requestId);
-  static bool Get(const std::map<std::string, Data::DataValue::PtrConstType>& map, std::string& requestId);
+  [[nodiscard]] static bool Get(const std::map<std::string, std::string>& map, std::string& requestId);
+  [[nodiscard]] static bool Get(const std::map<std::string, Data::DataValue::PtrConstType>& map,
+                                std::string& requestId);
 
   // Stores `requestId` under REQUEST_ID_STRING, replacing an earlier one (as a string
   // value in a map of data values).

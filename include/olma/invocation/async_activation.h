@@ -61,16 +61,16 @@ class OLMA_API AsyncActivation final {
 
   // A new activation around `executionContext` (an empty pointer gets a new empty
   // context), with no localizer, authorization data or observer.
-  static PtrType GetInstance(ExecutionContext::PtrType executionContext);
+  [[nodiscard]] static PtrType GetInstance(ExecutionContext::PtrType executionContext);
 
   // A new activation for an outgoing call made on behalf of `parent`: a new context
   // whose application context holds each entry of the parent's as its effective value,
   // in the plain slot, without override. Security context, application data and the
   // other members start empty. The parent is not changed.
-  static PtrType CreateFrom(const AsyncActivation& parent);
+  [[nodiscard]] static PtrType CreateFrom(const AsyncActivation& parent);
   // As CreateFrom, but the application-context entries are copied whole (value and
   // override as they are).
-  static PtrType CreateFromPreserveSigned(const AsyncActivation& parent);
+  [[nodiscard]] static PtrType CreateFromPreserveSigned(const AsyncActivation& parent);
 
   // Copies the security context of `source` into this activation's context, each entry
   // collapsed to its effective value (nested entries included, as they are). Keys this

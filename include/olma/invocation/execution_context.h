@@ -137,9 +137,9 @@ class OLMA_API ExecutionContext {
   using PtrConstType = std::shared_ptr<const ExecutionContext>;
 
   // A new context with all three maps empty.
-  static PtrType GetInstance();
+  [[nodiscard]] static PtrType GetInstance();
   // A new context holding a copy of `other` (see the copy constructor).
-  static PtrType GetInstance(const ExecutionContext& other);
+  [[nodiscard]] static PtrType GetInstance(const ExecutionContext& other);
 
   // Copies all three maps. The data values of the application data are shared, not
   // cloned: they are immutable.

@@ -55,7 +55,7 @@ class OLMA_API InterfaceIdentifier {
 
   // A new identifier holding `name` as given; the name is not validated. The empty name
   // stands for "no interface" (a method named without one).
-  static PtrConstType GetInstance(std::string name);
+  [[nodiscard]] static PtrConstType GetInstance(std::string name);
 
   // The fully qualified interface name.
   const std::string& name() const noexcept { return name_; }
@@ -99,11 +99,12 @@ class OLMA_API MethodIdentifier {
   // it, the method everything after it (empty when the name ends with '.'). Without any
   // '.' the interface name is empty and the whole text is the method name.
   //   "a.b.c" -> ("a.b", "c")   "ping" -> ("", "ping")   "a.b." -> ("a.b", "")
-  static PtrConstType GetInstance(std::string_view fullName);
+  [[nodiscard]] static PtrConstType GetInstance(std::string_view fullName);
 
   // The method `name` of `interfaceIdentifier`. An empty interface pointer is taken as
   // the interface with the empty name, so interfaceIdentifier() is never empty.
-  static PtrConstType GetInstance(InterfaceIdentifier::PtrConstType interfaceIdentifier, std::string name);
+  [[nodiscard]] static PtrConstType GetInstance(InterfaceIdentifier::PtrConstType interfaceIdentifier,
+                                                std::string name);
 
   const InterfaceIdentifier::PtrConstType& interfaceIdentifier() const noexcept { return interface_; }
   // The method's simple name, without the interface.

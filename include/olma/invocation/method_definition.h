@@ -42,9 +42,9 @@ class OLMA_API MethodDefinition {
   // A new definition of the method `identifier`. `input` describes the input structure,
   // `output` the result and `errors` the errors the method may report. Nothing is
   // validated or copied deeply: the definitions are shared.
-  static PtrConstType GetInstance(MethodIdentifier::PtrConstType identifier,
-                                  Data::DataDefinition::PtrConstType input,
-                                  Data::DataDefinition::PtrConstType output, ErrorList errors);
+  [[nodiscard]] static PtrConstType GetInstance(MethodIdentifier::PtrConstType identifier,
+                                                Data::DataDefinition::PtrConstType input,
+                                                Data::DataDefinition::PtrConstType output, ErrorList errors);
 
   const MethodIdentifier::PtrConstType& identifier() const noexcept { return identifier_; }
   const Data::DataDefinition::PtrConstType& input() const noexcept { return input_; }
@@ -82,7 +82,8 @@ class OLMA_API InterfaceDefinition {
 
   // A new definition of the interface `identifier` with the given methods (taken over
   // by value: pass an rvalue to avoid the copy).
-  static PtrConstType GetInstance(InterfaceIdentifier::PtrConstType identifier, MethodIdentifierSet methods);
+  [[nodiscard]] static PtrConstType GetInstance(InterfaceIdentifier::PtrConstType identifier,
+                                                MethodIdentifierSet methods);
 
   const InterfaceIdentifier::PtrConstType& identifier() const noexcept { return identifier_; }
   // The methods, ordered by name (PointeeLess), not by address.

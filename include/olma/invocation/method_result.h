@@ -37,16 +37,17 @@ class OLMA_API MethodResult {
 
   // A success: `output` set, no error, isError() false. An empty `output` makes the
   // terminal result of a stream.
-  static PtrConstType GetInstance(Data::DataValue::PtrConstType output);
+  [[nodiscard]] static PtrConstType GetInstance(Data::DataValue::PtrConstType output);
   // A failure: no output, `error` set, isError() true. An empty `error` breaks the
   // precondition and throws std::invalid_argument: a result must not claim a failure it
   // cannot name (it would be an error and a stream's terminal result at once).
-  static PtrConstType GetErrorInstance(ErrorPtrConstType error);
+  [[nodiscard]] static PtrConstType GetErrorInstance(ErrorPtrConstType error);
   // The terminal result of a stream: neither output nor error, isError() false.
-  static PtrConstType GetStreamTerminalInstance();
+  [[nodiscard]] static PtrConstType GetStreamTerminalInstance();
   // Both pointers as given; isError() is true when `error` is set. A result holding an
   // output and an error counts (and prints) as a failure.
-  static PtrConstType GetInstance(Data::DataValue::PtrConstType output, ErrorPtrConstType error);
+  [[nodiscard]] static PtrConstType GetInstance(Data::DataValue::PtrConstType output,
+                                                ErrorPtrConstType error);
 
   const Data::DataValue::PtrConstType& output() const noexcept { return output_; }
   const ErrorPtrConstType& error() const noexcept { return error_; }

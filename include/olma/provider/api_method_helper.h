@@ -82,17 +82,17 @@ struct OLMA_API ApiMethodHelper {
   // "com.zorvex.olma.std.errors.unexpected_input" when the validator's first message is
   // about a missing or extra field (its id begins with "olma.data.compound.field"), and
   // "com.zorvex.olma.std.errors.invalid_argument" otherwise.
-  static bool ValidateInput(QualifiedMethodName methodName,
-                            const Data::DataDefinition::PtrConstType& inputDefinition,
-                            const Data::DataValue::PtrConstType& input,
-                            Core::MethodResult::PtrConstType& result);
+  [[nodiscard]] static bool ValidateInput(QualifiedMethodName methodName,
+                                          const Data::DataDefinition::PtrConstType& inputDefinition,
+                                          const Data::DataValue::PtrConstType& input,
+                                          Core::MethodResult::PtrConstType& result);
 
   // Checks a handler's output against the method's output definition, loosely: fields
   // the definition does not name are allowed. Valid: a success result holding `output`.
   // Invalid: an error result "com.zorvex.olma.std.errors.internal_server_error" whose
   // messages are "olma.invoke.invalid.output" ("Invalid output for method: {1}")
   // followed by the validator's; the output itself is not passed on.
-  static Core::MethodResult::PtrConstType ValidateOutput(
+  [[nodiscard]] static Core::MethodResult::PtrConstType ValidateOutput(
       QualifiedMethodName methodName, const Data::DataDefinition::PtrConstType& outputDefinition,
       const Data::DataValue::PtrConstType& output);
 
@@ -109,9 +109,9 @@ struct OLMA_API ApiMethodHelper {
   //    "olma.bindings.method.impl.unexpected" ("Unexpected error for method: {1} -> {2}")
   //    first, then the handler error's own messages.
   // An empty `error` counts as an undeclared error named "<unset>".
-  static Core::MethodResult::PtrConstType ValidateError(QualifiedMethodName methodName,
-                                                        const ErrorDefinitionList& errorDefinitions,
-                                                        const Data::ErrorValue::PtrConstType& error);
+  [[nodiscard]] static Core::MethodResult::PtrConstType ValidateError(
+      QualifiedMethodName methodName, const ErrorDefinitionList& errorDefinitions,
+      const Data::ErrorValue::PtrConstType& error);
 
   // Checks the final result a handler delivered: an error through ValidateError, an output
   // through ValidateOutput, and the terminal result of a stream (neither output nor error)
@@ -147,7 +147,8 @@ struct OLMA_API ApiMethodHelper {
   // "com.zorvex.olma.std.errors.unexpected_input", "...operation_not_found",
   // "...internal_server_error", "...invalid_argument". They are appended even when
   // declared already.
-  static ErrorDefinitionList AppendImplicitOperationErrors(const ErrorDefinitionList& errorDefinitions);
+  [[nodiscard]] static ErrorDefinitionList AppendImplicitOperationErrors(
+      const ErrorDefinitionList& errorDefinitions);
 };
 
 }  // namespace Provider

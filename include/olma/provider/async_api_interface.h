@@ -49,7 +49,7 @@ class OLMA_API AsyncApiInterface {
   // their name(); when several carry the same name the first in the list is kept and the
   // others are dropped without a message. Empty pointers in the list are skipped. An
   // empty `interfaceIdentifier` is a programming error: std::invalid_argument.
-  static std::shared_ptr<const LockFreeAsyncApiInterface> GetInstance(
+  [[nodiscard]] static std::shared_ptr<const LockFreeAsyncApiInterface> GetInstance(
       Core::InterfaceIdentifier::PtrConstType interfaceIdentifier, const MethodList& methods);
 
   // The interface's identifier; never empty.
