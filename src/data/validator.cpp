@@ -110,6 +110,33 @@ constexpr bool kPermissive = std::is_same_v<Mode, ValidatorModePermissive>;
 template <class Match, class Mode>
 void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, Walk& walk);
 
+// Whether the whole check of `definition` is the kind comparison (or, for OPAQUE, nothing).
+// StringDefinition shares its kind with IsOneOfDefinition, so it is told apart by its exact
+// class.
+bool IsPlainScalar(const DataDefinition& definition) noexcept {
+  switch (definition.type()) {
+    case DataType::VOID:
+    case DataType::INTEGER:
+    case DataType::DOUBLE:
+    case DataType::BOOLEAN:
+    case DataType::BLOB:
+    case DataType::SECRET:
+    case DataType::OPAQUE:
+      return true;
+    case DataType::STRING:
+      return typeid(definition) == typeid(StringDefinition);
+    default:
+      return false;
+  }
+}
+
+// Whether `value` passes the plain scalar `definition` (see IsPlainScalar).
+template <class Mode>
+bool ScalarFits(const DataDefinition& definition, const DataValue::PtrConstType& value) noexcept {
+  return definition.type() == DataType::OPAQUE ||
+         (value && Mode::CompareTypesInt(definition.type(), value->type()));
+}
+
 // The rendering of a value as messages show it; an empty pointer is "<unset>". Every
 // message that shows a value renders it here.
 std::string RenderValue(const DataValue* value) {
@@ -136,8 +163,9 @@ template <class... Args>
 // the dynamic compounds expect STRUCTURE or ERROR), reporting a mismatch. An empty value
 // never matches.
 template <class Mode>
-bool CompareTypes(DataType expected, const DataDefinition& definition, const DataValue::PtrConstType& value,
-                  Adapter& adapter, Walk& walk) {
+[[gnu::always_inline]] inline bool CompareTypes(DataType expected, const DataDefinition& definition,
+                                                const DataValue::PtrConstType& value, Adapter& adapter,
+                                                Walk& walk) {
   if (value && Mode::CompareTypesInt(expected, value->type())) return true;
   return Mismatch(definition, value, adapter, walk);
 }
@@ -250,6 +278,12 @@ void ValidateCompoundLoose(const Definition& definition, const CompoundValue& va
     }
     ++visited;
     if (field != nullptr) {
+      // A plain scalar that fits needs no dispatch; one that does not is dispatched to
+      // report it.
+      const DataDefinition* fieldDefinition = declared.second.get();
+      if (fieldDefinition != nullptr && IsPlainScalar(*fieldDefinition) &&
+          ScalarFits<Mode>(*fieldDefinition, field->second))
+        return true;
       const FieldPlace place{&fields, field->first, structName};
       Dispatch<Match, Mode>(declared.second.get(), DstType{&field->second, &place}, adapter, walk);
       return true;
@@ -296,11 +330,13 @@ void CompositeMethod(const Source& source, const DstType& dst, Adapter& adapter,
       Dispatch<Match, Mode>(definition.element().get(), DstType{&value.value(), nullptr}, adapter, walk);
   } else if constexpr (std::is_same_v<Value, ListValue>) {
     const DataDefinition* element = definition.element().get();
+    const bool plain = element != nullptr && IsPlainScalar(*element);
     for (auto item = value.begin(); item != value.end(); ++item) {
       if (walk.LimitReached()) {
         StopAtLimit(static_cast<std::size_t>(std::distance(item, value.end())), adapter, walk);
         return;
       }
+      if (plain && ScalarFits<Mode>(*element, *item)) continue;
       Dispatch<Match, Mode>(element, DstType{&*item, nullptr}, adapter, walk);
     }
   } else {
@@ -335,31 +371,51 @@ bool PackedListFits(DataType valueType, DataType elementType) noexcept {
   }
 }
 
-// Whether the whole check of `definition` is the kind comparison (or, for OPAQUE, nothing).
-// StringDefinition shares its kind with IsOneOfDefinition, so it is told apart by its exact
-// class.
-bool IsPlainScalar(const DataDefinition& definition) noexcept {
-  switch (definition.type()) {
-    case DataType::VOID:
-    case DataType::INTEGER:
-    case DataType::DOUBLE:
-    case DataType::BOOLEAN:
-    case DataType::BLOB:
-    case DataType::SECRET:
-    case DataType::OPAQUE:
-      return true;
-    case DataType::STRING:
-      return typeid(definition) == typeid(StringDefinition);
-    default:
-      return false;
-  }
-}
-
 template <class Mode>
 void CheckPlainScalar(const DataDefinition& definition, const DataValue::PtrConstType& value,
                       Adapter& adapter, Walk& walk) {
   if (definition.type() != DataType::OPAQUE)
     CompareTypes<Mode>(definition.type(), definition, value, adapter, walk);
+}
+
+// Shortcuts for composites whose whole check is kind tests of plain scalars: the check is
+// made at once, without a message, and only when it finds nothing does the composite
+// skip its queued step (which, over the same immutable trees, would find nothing
+// either). Any failure takes the queued step as before, which keeps the messages and
+// their order exactly as they were. Most of a valid document's leaves take this path.
+
+// An optional of a plain scalar: unset, or set to a value of a fitting kind.
+template <class Mode>
+bool OptionalFits(const DataDefinition* element, const OptionalValue& value) noexcept {
+  return element != nullptr && IsPlainScalar(*element) &&
+         (!value.isSet() || ScalarFits<Mode>(*element, value.value()));
+}
+
+// A list of plain scalars whose every element has a fitting kind.
+template <class Mode>
+bool ListFits(const DataDefinition* element, const ListValue& value) noexcept {
+  if (element == nullptr || !IsPlainScalar(*element)) return false;
+  for (const auto& item : value) {
+    if (!ScalarFits<Mode>(*element, item)) return false;
+  }
+  return true;
+}
+
+// A structure of plain scalar fields, every one present with a fitting kind and, under
+// StrictMatch, no more fields in the value than declared.
+template <class Match, class Mode>
+bool StructFits(const StructDefinition& definition, const CompoundValue& value) {
+  const auto& declared = definition.fields();
+  if (!declared || declared->empty()) return false;
+  const ValueFieldMap& fields = value.fields();
+  if constexpr (std::is_same_v<Match, StrictMatch>) {
+    if (fields.size() > declared->size()) return false;
+  }
+  return Detail::MergeFieldsDescending(*declared, fields, [](const auto& field, const auto* given) {
+           const DataDefinition* fieldDefinition = field.second.get();
+           return given != nullptr && fieldDefinition != nullptr && IsPlainScalar(*fieldDefinition) &&
+                  ScalarFits<Mode>(*fieldDefinition, given->second);
+         }) == nullptr;
 }
 
 // Applies one definition to one value: checks what can be checked at once and queues the
@@ -500,6 +556,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
 
   void Handle(const StructDefinition& definition) {
     if (!CompareTypes<Mode>(DataType::STRUCTURE, definition, value(), adapter_, walk_)) return;
+    if (StructFits<Match, Mode>(definition, static_cast<const CompoundValue&>(*value()))) return;
     Push(definition, &CompositeMethod<Match, Mode, StructDefinition, StructValue>);
   }
 
@@ -511,6 +568,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
         return;
       }
     }
+    if (OptionalFits<Mode>(definition.element().get(), static_cast<const OptionalValue&>(*value()))) return;
     Push(definition, &CompositeMethod<Match, Mode, OptionalDefinition, OptionalValue>);
   }
 
@@ -526,6 +584,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
     } else {
       if (!CompareTypes<Mode>(DataType::LIST, definition, value(), adapter_, walk_)) return;
     }
+    if (ListFits<Mode>(definition.element().get(), static_cast<const ListValue&>(*value()))) return;
     Push(definition, &CompositeMethod<Match, Mode, ListDefinition, ListValue>);
   }
 
