@@ -241,7 +241,10 @@ class OLMA_API StructRefDefinition final : public Detail::DefinitionBase<StructR
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 
   const std::optional<std::string>& name() const noexcept { return name_; }
-  // The target while someone owns it, otherwise an empty pointer.
+  // The target while someone owns it, otherwise an empty pointer. Safe against another
+  // thread dropping the last owner at the same time: a definition is only taken apart by
+  // its own destructor, which runs once no lock can succeed any more, so a target that is
+  // returned is always whole.
   std::shared_ptr<const StructDefinition> target() const noexcept { return target_.lock(); }
 
   // Builder access (see the top of this file): links to `target` and takes its name.
