@@ -87,7 +87,9 @@ struct StrictMatch {};
 // As LooseMatch; used internally for the known fields of dynamic structures and errors.
 struct DynamicMatch {};
 
-// The type-mismatch report shared by the validator modes.
+// The type-mismatch report of the validator modes, for walks built on a DataAdapter of
+// their own. (DataValidator reports the same message through its own walk state, which
+// renders each definition once per call.)
 struct ValidatorErrorReport {
   // Appends "olma.data.type.mismatch" ("Type mismatch: {1} != {2}") with `expected` (the
   // definition's rendering) and `actual` (the value's), abandons the walk's queued work
