@@ -342,7 +342,14 @@ void CompositeMethod(const Source& source, const DstType& dst, Adapter& adapter,
   } else {
     ValidateCompoundLoose<Match, Mode>(definition, value, StructNameOf(definition), adapter, walk);
     if constexpr (std::is_same_v<Match, StrictMatch>) {
-      if (!walk.stopped) ValidateCompoundStrict(definition, value, adapter, walk);
+      if (walk.stopped) return;
+      // The last field may have brought the count to the limit: the extra-field check
+      // would go beyond it.
+      if (walk.LimitReached()) {
+        StopAtLimit(0, adapter, walk);
+        return;
+      }
+      ValidateCompoundStrict(definition, value, adapter, walk);
     }
   }
 }

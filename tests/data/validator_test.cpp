@@ -428,6 +428,12 @@ TYPED_TEST(ValidatorTest, FailureLimitStopsWithOneClosingMessage) {
   EXPECT_THAT(validate(five, strings, 2),
               ElementsAre(Mismatch("INTEGER", "e"), Mismatch("INTEGER", "d"), Truncated("2", "3")));
 
+  // The extra-field check of StrictMatch does not go beyond the limit either.
+  const Def two = StructD("two", {{"a", IntD()}, {"b", IntD()}});
+  const Val extra = Of("two", {{"a", Str("x")}, {"b", Int(1)}, {"zz", Int(2)}});
+  EXPECT_THAT(validate(two, extra, 1), ElementsAre(Mismatch("INTEGER", "x")));
+  EXPECT_EQ(validate(two, extra, 2).size(), kStrictMatch<TypeParam> ? 2u : 1u);
+
   // Nothing left unchecked, no closing message; 0 is no limit at all.
   const Val three = ListOfMany(3, [](int) { return Str("s"); });
   EXPECT_EQ(validate(ListD(IntD()), three, 3).size(), 3u);
