@@ -65,7 +65,9 @@ class OLMA_API DataDefinition {
   virtual PtrType GetPtr() = 0;
   virtual PtrConstType GetConstPtr() const = 0;
 
-  // Frees the children without recursion, however deep the tree.
+  // Frees the children without recursion, however deep the tree, and without allocating
+  // (so it cannot fail when memory is exhausted). Only children that nobody else holds
+  // are freed; a node is taken apart by its own destructor only.
   virtual ~DataDefinition();
 
   // The kind, fixed by the concrete class.

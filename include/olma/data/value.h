@@ -69,7 +69,8 @@ class OLMA_API DataValue : public std::enable_shared_from_this<DataValue> {
   // (olma/data/value_rendering.h) also masks what a definition declares SECRET.
   virtual std::string ToString() const = 0;
 
-  // Frees the sub-tree without recursion: only children no one else holds are freed.
+  // Frees the sub-tree without recursion and without allocating (so it cannot fail when
+  // memory is exhausted): only children no one else holds are freed.
   virtual ~DataValue();
 
   // A new value holding a native one: long long gives an IntegerValue, double a
