@@ -145,7 +145,7 @@ Record Sample(std::mt19937& random) {
   r.flag = random() % 2 == 0;
   r.secret = SecretString(std::to_string(random()));
   r.blob = ByteVector(random() % 5, static_cast<std::uint8_t>(random()));
-  DateTime::Create(static_cast<std::int64_t>(random() % 2000000000), r.when);
+  EXPECT_TRUE(DateTime::Create(static_cast<std::int64_t>(random() % 2000000000), r.when));
   r.colour = Colour(static_cast<ColourCode>(random() % 3));
   r.kind = static_cast<DataType::EnumType>(random() % 15);
   if (random() % 2) r.note = std::string(random() % 4, 'n');
