@@ -14,8 +14,6 @@
 //
 // The activation (the transport's per-request object) is made once and reused; every
 // other object of a call is made per call.
-#include <cstdio>
-#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -32,6 +30,7 @@
 #include "olma/invocation/result_callback.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"
+#include "ratio_reporter.h"
 
 namespace {
 
@@ -186,57 +185,28 @@ BENCHMARK_CAPTURE(BM_ValidationOnly, records1000, &Records)->Unit(benchmark::kMi
 BENCHMARK_CAPTURE(BM_Dispatch, records1000_opaque, &OpaqueRecords)->Unit(benchmark::kNanosecond);
 BENCHMARK_CAPTURE(BM_ValidationOnly, records1000_opaque, &OpaqueRecords)->Unit(benchmark::kNanosecond);
 
-// After the usual table, prints per input: calls per second, and the time of a call spent
-// outside the validator (call time minus validation time) with its share of the call.
-// With --benchmark_repetitions the medians are used.
-class DispatchReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      if (run.error_occurred) continue;
-      const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
-      if (!median && (run.run_type != Run::RT_Iteration || run.iterations == 0)) continue;
-      Time& time = nanoseconds_[run.run_name.str()];
-      if (time.median && !median) continue;
-      time.median = median;
-      time.nanoseconds = run.GetAdjustedCPUTime() * benchmark::GetTimeUnitMultiplier(benchmark::kNanosecond) /
-                         benchmark::GetTimeUnitMultiplier(run.time_unit);
-    }
-  }
-
-  void Finalize() override {
-    ConsoleReporter::Finalize();
-    std::printf("\n%-19s %12s %14s %14s %16s %9s\n", "input", "calls/s", "call ns", "validator ns",
-                "outside val. ns", "outside");
-    for (const char* input : {"small", "records1000", "records1000_opaque"}) {
-      const auto call = nanoseconds_.find(std::string("BM_Dispatch/") + input);
-      const auto validation = nanoseconds_.find(std::string("BM_ValidationOnly/") + input);
-      if (call == nanoseconds_.end() || validation == nanoseconds_.end()) continue;
-      const double callNs = call->second.nanoseconds;
-      const double outside = callNs - validation->second.nanoseconds;
-      std::printf("%-19s %12.0f %14.1f %14.1f %16.1f %8.1f%%\n", input, 1e9 / callNs, callNs,
-                  validation->second.nanoseconds, outside, 100.0 * outside / callNs);
-    }
-    std::printf(
-        "(CPU times; outside = call - validation, measured in separate runs, so for a large input it is\n"
-        " the difference of two large, noisy numbers)\n");
-  }
-
- private:
-  struct Time {
-    double nanoseconds = 0;
-    bool median = false;
-  };
-  std::map<std::string, Time> nanoseconds_;
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
-  DispatchReporter reporter;
+  // "outside validation" is the call's time minus the validation's, measured in separate
+  // runs: for a large input, the difference of two large, noisy numbers.
+  const std::string goal = "under 1 µs outside validation";
+  RatioReporter reporter({
+      {"one in-process call, 3-field input",
+       "BM_Dispatch/small",
+       {{"validation alone", "BM_ValidationOnly/small", "outside validation"}},
+       goal},
+      {"one in-process call, 1,000-record input",
+       "BM_Dispatch/records1000",
+       {{"validation alone", "BM_ValidationOnly/records1000", "outside validation"}},
+       goal},
+      {"one in-process call, 1,000-record input declared opaque",
+       "BM_Dispatch/records1000_opaque",
+       {{"validation alone", "BM_ValidationOnly/records1000_opaque", "outside validation"}},
+       goal},
+  });
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   return 0;

@@ -1,11 +1,22 @@
-// A console reporter that, after the usual table, prints the ratio of each library
-// benchmark to its peer, so one run shows how the library compares on the same input.
+// A console reporter that, after the usual table, prints the rows of the README's
+// performance table for the benchmarks of one program: each library benchmark with its
+// peers, their times and the ratios, as Markdown rows ready to paste.
 //
-//   RatioReporter reporter({{"BM_OlmaFormat", "BM_FmtFormat"}, ...});
+//   RatioReporter reporter({{"`ToString` of a list of 10,000 structures", "BM_OlmaToString",
+//                            {{"`nlohmann::json::dump`", "BM_JsonDump"}}, "at most 1.5x"}});
 //   benchmark::RunSpecifiedBenchmarks(&reporter);
+//
+// Times are CPU times, the median of the repetitions of the run (--benchmark_repetitions);
+// a run without repetitions uses its single measurement. A benchmark with arguments is
+// named by its full name ("BM_Crc32/1048576"). When the environment variable
+// OLMA_BENCH_TABLE names a file, the rows are also appended to it (scripts/bench.sh
+// collects every program's rows that way).
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <map>
 #include <string>
 #include <utility>
@@ -15,33 +26,123 @@
 
 class RatioReporter : public benchmark::ConsoleReporter {
  public:
-  // Each pair names a benchmark of the library and the peer it is compared with; a
-  // benchmark with arguments is matched by its full name ("BM_Crc32/1048576").
-  using Pairs = std::vector<std::pair<std::string, std::string>>;
-  explicit RatioReporter(Pairs pairs) : pairs_(std::move(pairs)) {}
+  // A peer of a row: its label in the peer column and the benchmark that measures it. With
+  // a `difference` text the ratio column shows the library's time minus the peer's,
+  // followed by that text, instead of the ratio.
+  struct Peer {
+    std::string label;
+    std::string benchmark;
+    std::string difference;
+  };
+
+  // One row: its text in the benchmark column, the library's benchmark, the peers (shown
+  // side by side, ratios in the same order) and the goal. A `throughput` row shows bytes
+  // per second instead of times (the ratio stays a time ratio).
+  struct Row {
+    std::string benchmark;
+    std::string library;
+    std::vector<Peer> peers;
+    std::string goal;
+    bool throughput = false;
+  };
+
+  explicit RatioReporter(std::vector<Row> rows) : rows_(std::move(rows)) {}
 
   void ReportRuns(const std::vector<Run>& runs) override {
     ConsoleReporter::ReportRuns(runs);
     for (const Run& run : runs) {
-      if (run.run_type == Run::RT_Iteration && run.iterations > 0) {
-        times_[run.benchmark_name()] = run.GetAdjustedCPUTime();
-      }
+      if (run.run_type != Run::RT_Iteration || run.iterations == 0 || run.error_occurred) continue;
+      Samples& samples = samples_[run.run_name.str()];
+      samples.seconds.push_back(run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit));
+      const auto bytes = run.counters.find("bytes_per_second");
+      if (bytes != run.counters.end()) samples.bytesPerSecond.push_back(bytes->second.value);
     }
   }
 
   void Finalize() override {
     ConsoleReporter::Finalize();
-    std::printf("\n%-44s %-44s %10s\n", "library", "peer", "time ratio");
-    for (const auto& [library, peer] : pairs_) {
-      const auto a = times_.find(library);
-      const auto b = times_.find(peer);
-      if (a == times_.end() || b == times_.end()) continue;
-      std::printf("%-44s %-44s %9.2fx\n", library.c_str(), peer.c_str(), a->second / b->second);
+    std::string table;
+    for (const Row& row : rows_) table += Format(row);
+    std::printf("\nREADME rows (CPU time, median of the repetitions; ratio = library / peer):\n%s",
+                table.c_str());
+    if (const char* path = std::getenv("OLMA_BENCH_TABLE")) {
+      if (std::FILE* file = std::fopen(path, "a")) {
+        std::fputs(table.c_str(), file);
+        std::fclose(file);
+      }
     }
-    std::printf("(time ratio = library CPU time / peer CPU time: below 1 the library is faster)\n");
   }
 
  private:
-  Pairs pairs_;
-  std::map<std::string, double> times_;
+  struct Samples {
+    std::vector<double> seconds;
+    std::vector<double> bytesPerSecond;
+  };
+
+  static double Median(std::vector<double> values) {
+    if (values.empty()) return NAN;
+    std::sort(values.begin(), values.end());
+    const std::size_t middle = values.size() / 2;
+    return values.size() % 2 == 1 ? values[middle] : (values[middle - 1] + values[middle]) / 2;
+  }
+
+  // Three significant digits in the unit that fits: "72.7 ns", "3.20 µs", "16.8 ms".
+  static std::string Time(double seconds) {
+    if (std::isnan(seconds)) return "n/a";
+    static const std::pair<double, const char*> kUnits[] = {
+        {1, "s"}, {1e-3, "ms"}, {1e-6, "µs"}, {1e-9, "ns"}};
+    for (const auto& [scale, unit] : kUnits) {
+      if (std::fabs(seconds) >= scale || scale == 1e-9) return Significant(seconds / scale) + " " + unit;
+    }
+    return "n/a";
+  }
+
+  static std::string Throughput(double bytesPerSecond) {
+    if (std::isnan(bytesPerSecond)) return "n/a";
+    if (bytesPerSecond >= 1e9) return Significant(bytesPerSecond / 1e9) + " GB/s";
+    return Significant(bytesPerSecond / 1e6) + " MB/s";
+  }
+
+  static std::string Significant(double value) {
+    char text[32];
+    const double magnitude = std::fabs(value);
+    std::snprintf(text, sizeof(text), magnitude >= 100 ? "%.0f" : magnitude >= 10 ? "%.1f" : "%.2f", value);
+    return text;
+  }
+
+  double Seconds(const std::string& benchmark) const {
+    const auto found = samples_.find(benchmark);
+    return found == samples_.end() ? NAN : Median(found->second.seconds);
+  }
+
+  std::string Format(const Row& row) const {
+    const double library = Seconds(row.library);
+    std::string libraryText;
+    if (row.throughput) {
+      const auto found = samples_.find(row.library);
+      libraryText = Throughput(found == samples_.end() ? NAN : Median(found->second.bytesPerSecond));
+    } else {
+      libraryText = Time(library);
+    }
+    std::string peers;
+    std::string ratios;
+    for (const Peer& peer : row.peers) {
+      const double seconds = Seconds(peer.benchmark);
+      if (!peers.empty()) peers += "; ";
+      if (!ratios.empty()) ratios += " / ";
+      peers += peer.label + " " + Time(seconds);
+      if (!peer.difference.empty()) {
+        ratios += Time(library - seconds) + " " + peer.difference;
+      } else {
+        char ratio[32];
+        std::snprintf(ratio, sizeof(ratio), "%.2fx", library / seconds);
+        ratios += ratio;
+      }
+    }
+    return "| " + row.benchmark + " | " + libraryText + " | " + peers + " | " + ratios + " | " + row.goal +
+           " |\n";
+  }
+
+  std::vector<Row> rows_;
+  std::map<std::string, Samples> samples_;
 };

@@ -44,7 +44,10 @@ BENCHMARK(BM_JsonDump)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter(RatioReporter::Pairs{{"BM_OlmaToString", "BM_JsonDump"}});
+  RatioReporter reporter({{"`ToString` of a list of 10,000 structures (2 MB of text)",
+                           "BM_OlmaToString",
+                           {{"`nlohmann::json::dump`", "BM_JsonDump"}},
+                           "at most 1.5x"}});
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   return 0;

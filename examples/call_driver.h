@@ -6,7 +6,9 @@
 // Exactly one final result reaches `deliver`, whatever the caller sent and whatever the
 // handler did: an unknown method becomes "com.zorvex.olma.std.errors.operation_not_found",
 // a bad input never reaches the handler, and the handler's answer is checked against the
-// method's declarations before the caller sees it. Progress reports pass through unchanged.
+// method's declarations before the caller sees it (the terminal result of a stream passes as
+// it is, and an exception thrown by the handler becomes an internal server error). Progress
+// reports pass through unchanged.
 #pragma once
 
 #include <memory>
@@ -49,16 +51,16 @@ inline void DispatchCall(const Olma::Provider::AsyncApiInterface& api, std::stri
   }
   // 3. Run the handler. Its result is checked before the caller sees it (4.); the callback
   //    holds what it needs, since the handler may answer after DispatchCall returned.
-  auto checked = std::make_shared<AsyncApiResultCb>([method, interfaceId = api.id(), deliver](
-                                                        const MethodResult::PtrConstType& result,
-                                                        const Olma::Core::Progress& progress,
-                                                        const AsyncApiResultCb::Continuation& next) {
-    if (!result) return (*deliver)(nullptr, progress, next);  // progress passes through
-    const QualifiedMethodName name(interfaceId->name(), method->name());
-    (*deliver)(result->isError() ? ApiMethodHelper::ValidateError(name, method->errors(), result->error())
-                                 : ApiMethodHelper::ValidateOutput(name, method->output(), result->output()));
-  });
-  method->Invoke(activation, input, checked);
+  auto checked = std::make_shared<AsyncApiResultCb>(
+      [method, interfaceId = api.id(), deliver](const MethodResult::PtrConstType& result,
+                                                const Olma::Core::Progress& progress,
+                                                const AsyncApiResultCb::Continuation& next) {
+        if (!result) return (*deliver)(nullptr, progress, next);  // progress passes through
+        (*deliver)(ApiMethodHelper::ValidateResult(QualifiedMethodName(interfaceId->name(), method->name()),
+                                                   *method, result));
+      });
+  ApiMethodHelper::InvokeHandler(QualifiedMethodName(api.id()->name(), method->name()), *method, activation,
+                                 input, checked);
 }
 
 }  // namespace example

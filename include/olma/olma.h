@@ -24,6 +24,7 @@
 #include "olma/data/definition_visitor.h"
 #include "olma/data/definitions.h"
 #include "olma/data/list_values.h"
+#include "olma/data/localizable_message.h"
 #include "olma/data/modes.h"
 #include "olma/data/native_markers.h"
 #include "olma/data/optional_value.h"
@@ -31,6 +32,7 @@
 #include "olma/data/validator.h"
 #include "olma/data/value.h"
 #include "olma/data/value_access.h"
+#include "olma/data/value_rendering.h"
 #include "olma/data/value_visitor.h"
 #include "olma/data/values.h"
 

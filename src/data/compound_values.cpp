@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "data/value_tree.h"
-#include "olma/data/scalar_values.h"
+#include "olma/data/localizable_message.h"
 #include "olma/data/value_visitor.h"
 
 namespace Olma {
@@ -77,17 +77,7 @@ ErrorValue::PtrType ErrorValue::GetInstance(std::string name, ListValue::PtrCons
 }
 
 ErrorValue::PtrType ErrorValue::Create(std::string name, const MessageList& messages) {
-  ListValue::PtrType list = ListValue::GetInstance();
-  for (const BaseMessage& message : messages) {
-    StructValue::PtrType entry = StructValue::GetInstance(std::string(kMessageStructName));
-    entry->SetField("id", StringValue::GetInstance(message.id()));
-    entry->SetField("default_message", StringValue::GetInstance(message.defaultMessage()));
-    ListValueString::PtrType args = ListValueString::GetInstance();
-    args->assign(message.args().begin(), message.args().end());
-    entry->SetField("args", std::move(args));
-    list->push_back(std::move(entry));
-  }
-  return GetInstance(std::move(name), std::move(list));
+  return GetInstance(std::move(name), LocalizableMessage::BuildList(messages));
 }
 
 ListValue::PtrConstType ErrorValue::messages() const {

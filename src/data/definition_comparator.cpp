@@ -16,7 +16,9 @@ namespace Olma {
 namespace Data {
 namespace {
 
-using DefinitionPtr = DataDefinition::PtrConstType;
+// The work entries refer to the definitions by plain pointers: the caller's roots keep
+// both trees alive for the call, and they are immutable.
+using Node = const DataDefinition*;
 using FieldMap = DataDefinition::FieldMap;
 
 // An unset name or field map compares as an empty one.
@@ -30,92 +32,67 @@ const FieldMap& FieldsOf(const std::optional<FieldMap>& fields) noexcept {
 }
 
 // Two classes share the kind OPTIONAL; this tells which one a definition is, and reads
-// the element of either.
+// the element of either. (Every other kind either has one class, or, for STRING, two
+// classes that compare alike, so a kind test suffices there.)
 class OptionalShape final : public Detail::IgnoringDefinitionVisitor {
  public:
+  explicit OptionalShape(const DataDefinition& definition) { definition.AcceptVisitor(*this); }
+
   void VisitOptional(const std::shared_ptr<const OptionalDefinition>& definition) override {
-    element = &definition->element();
+    known = true;
+    element = definition->element().get();
   }
   void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& definition) override {
-    element = &definition->element();
-    unionCase = definition;
+    known = true;
+    element = definition->element().get();
+    unionCase = definition.get();
   }
 
-  const DefinitionPtr* element = nullptr;
-  std::shared_ptr<const UnionCaseDefinition> unionCase;  // empty unless it is a union case
+  bool known = false;  // one of the two classes
+  Node element = nullptr;
+  const UnionCaseDefinition* unionCase = nullptr;  // null unless it is a union case
 };
 
 // Errors is MessageList for the comparison that reports the difference, and
-// Detail::Differs for the one that only needs the answer (and so renders no text).
+// Detail::Differs for the one that only needs the answer (and so renders no text). Both
+// take the same walk, in reading order.
 template <class Errors>
 struct DefinitionComparatorHelper {
-  using DefinitionAdapter = DataAdapter<DefinitionPtr, DefinitionPtr, Errors>;
+  using DefinitionAdapter = DataAdapter<Node, Node, Errors>;
+  using Method = typename DefinitionAdapter::Method;
 
-  // Queues the comparison of `a` with `b`, with the method that fits the class of `a`.
-  // Classes that share a kind (StringDefinition and IsOneOfDefinition, OptionalDefinition
-  // and UnionCaseDefinition) need the visitor to be told apart.
-  static void Dispatch(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work, Errors&) {
-    if (a && b) {
-      DefinitionToEntriesVisitor visitor(b, work);
-      a->AcceptVisitor(visitor);
-    } else if (a || b) {
+  // Queues the comparison of `a` with `b`, with the method that fits the class of `a`. A
+  // definition compared with itself is equal without being descended into.
+  static void Dispatch(const Node& a, const Node& b, DefinitionAdapter& work, Errors&) {
+    if (a == b) return;
+    if (a == nullptr || b == nullptr) {
       work.Push(a, b, &UnsetMethod);
+      return;
     }
+    work.Push(a, b, MethodFor(*a));
   }
 
-  class DefinitionToEntriesVisitor final : public DefinitionVisitor {
-   public:
-    DefinitionToEntriesVisitor(const DefinitionPtr& second, DefinitionAdapter& work)
-        : b_(second), work_(work) {}
-
-    void VisitVoid(const std::shared_ptr<const VoidDefinition>& a) override { Push(a, &PrimitiveMethod); }
-    void VisitOpaque(const std::shared_ptr<const OpaqueDefinition>& a) override { Push(a, &PrimitiveMethod); }
-    void VisitInteger(const std::shared_ptr<const IntegerDefinition>& a) override {
-      Push(a, &PrimitiveMethod);
+  static Method MethodFor(const DataDefinition& a) {
+    switch (a.type()) {
+      case DataType::LIST:
+        return &CompositeMethod<ListDefinition>;
+      case DataType::OPTIONAL:
+        return OptionalShape(a).unionCase != nullptr ? &CompositeMethod<UnionCaseDefinition>
+                                                     : &CompositeMethod<OptionalDefinition>;
+      case DataType::STRUCTURE:
+        return &CompositeMethod<StructDefinition>;
+      case DataType::ERROR:
+        return &CompositeMethod<ErrorDefinition>;
+      case DataType::STRUCTURE_REF:
+        return &CompositeMethod<StructRefDefinition>;
+      case DataType::DYNAMIC_STRUCTURE:
+        return &CompositeMethod<DynamicStructureDefinition>;
+      case DataType::ANY_ERROR:
+        return &CompositeMethod<DynamicErrorDefinition>;
+      default:
+        return &PrimitiveMethod;
     }
-    void VisitDouble(const std::shared_ptr<const DoubleDefinition>& a) override { Push(a, &PrimitiveMethod); }
-    void VisitBoolean(const std::shared_ptr<const BooleanDefinition>& a) override {
-      Push(a, &PrimitiveMethod);
-    }
-    void VisitBlob(const std::shared_ptr<const BlobDefinition>& a) override { Push(a, &PrimitiveMethod); }
-    void VisitString(const std::shared_ptr<const StringDefinition>& a) override { Push(a, &PrimitiveMethod); }
-    void VisitSecret(const std::shared_ptr<const SecretDefinition>& a) override { Push(a, &PrimitiveMethod); }
-    void VisitIsOneOf(const std::shared_ptr<const IsOneOfDefinition>& a) override {
-      Push(a, &PrimitiveMethod);
-    }
-    void VisitOptional(const std::shared_ptr<const OptionalDefinition>& a) override {
-      Push(a, &CompositeMethod<OptionalDefinition>);
-    }
-    void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& a) override {
-      Push(a, &CompositeMethod<UnionCaseDefinition>);
-    }
-    void VisitList(const std::shared_ptr<const ListDefinition>& a) override {
-      Push(a, &CompositeMethod<ListDefinition>);
-    }
-    void VisitStruct(const std::shared_ptr<const StructDefinition>& a) override {
-      Push(a, &CompositeMethod<StructDefinition>);
-    }
-    void VisitError(const std::shared_ptr<const ErrorDefinition>& a) override {
-      Push(a, &CompositeMethod<ErrorDefinition>);
-    }
-    void VisitStructRef(const std::shared_ptr<const StructRefDefinition>& a) override {
-      Push(a, &CompositeMethod<StructRefDefinition>);
-    }
-    void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& a) override {
-      Push(a, &CompositeMethod<DynamicStructureDefinition>);
-    }
-    void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& a) override {
-      Push(a, &CompositeMethod<DynamicErrorDefinition>);
-    }
-
-   private:
-    void Push(DefinitionPtr a, typename DefinitionAdapter::Method method) {
-      work_.Push(std::move(a), b_, method);
-    }
-
-    const DefinitionPtr& b_;
-    DefinitionAdapter& work_;
-  };
+  }
 
   // The kind test every method starts with; there is no loose mode for definitions.
   static bool CompareTypes(const DataDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
@@ -132,87 +109,65 @@ struct DefinitionComparatorHelper {
   }
 
   // One side is an empty pointer, the other is not.
-  static void UnsetMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
-                          Errors& errors) {
-    Detail::RecordDifference(work, errors, "olma.data.type.mismatch", [&] {
-      return std::make_tuple(Detail::RenderNode(a.get()), Detail::RenderNode(b.get()));
-    });
+  static void UnsetMethod(const Node& a, const Node& b, DefinitionAdapter& work, Errors& errors) {
+    Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
+                             [&] { return std::make_tuple(Detail::RenderNode(a), Detail::RenderNode(b)); });
   }
 
   // Scalars, opaque and is-one-of: the kind is all there is to compare (predicates cannot
   // be compared).
-  static void PrimitiveMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
-                              Errors& errors) {
+  static void PrimitiveMethod(const Node& a, const Node& b, DefinitionAdapter& work, Errors& errors) {
     CompareTypes(*a, *b, work, errors);
   }
 
   template <class X>
-  static void CompositeMethod(const DefinitionPtr& a, const DefinitionPtr& b, DefinitionAdapter& work,
-                              Errors& errors) {
+  static void CompositeMethod(const Node& a, const Node& b, DefinitionAdapter& work, Errors& errors) {
     if (!CompareTypes(*a, *b, work, errors)) return;
-    CompareInt(std::static_pointer_cast<const X>(a), b, work, errors);
+    CompareInt(static_cast<const X&>(*a), *b, work, errors);
   }
 
-  static void CompareInt(const std::shared_ptr<const ListDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
+  static void CompareInt(const ListDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
+                         Errors& errors) {
     // LIST has one class only.
-    Dispatch(a->element(), static_cast<const ListDefinition&>(*b).element(), work, errors);
+    Dispatch(a.element().get(), static_cast<const ListDefinition&>(b).element().get(), work, errors);
   }
 
   // An optional against an optional or a union case: their elements.
-  static void CompareInt(const std::shared_ptr<const OptionalDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
-    OptionalShape shape;
-    b->AcceptVisitor(shape);
-    if (shape.element == nullptr) {  // not reached: OPTIONAL has no third class
-      ReportMismatch(*a, *b, work, errors);
+  static void CompareInt(const OptionalDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
+                         Errors& errors) {
+    const OptionalShape shape(b);
+    if (!shape.known) {  // not reached: OPTIONAL has no third class
+      ReportMismatch(a, b, work, errors);
       return;
     }
-    Dispatch(a->element(), *shape.element, work, errors);
+    Dispatch(a.element().get(), shape.element, work, errors);
   }
 
   // A union case only against a union case with the same tag field name.
-  static void CompareInt(const std::shared_ptr<const UnionCaseDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
-    OptionalShape shape;
-    b->AcceptVisitor(shape);
-    if (!shape.unionCase || !UnionCaseDefinition::Compare(a, shape.unionCase)) {
-      ReportMismatch(*a, *b, work, errors);
+  static void CompareInt(const UnionCaseDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
+                         Errors& errors) {
+    const OptionalShape shape(b);
+    if (shape.unionCase == nullptr || a.tagFieldName() != shape.unionCase->tagFieldName()) {
+      ReportMismatch(a, b, work, errors);
       return;
     }
-    Dispatch(a->element(), shape.unionCase->element(), work, errors);
+    Dispatch(a.element().get(), shape.element, work, errors);
   }
 
   // References: equal names, and both or neither target alive. Targets are not followed,
   // which keeps recursive types finite.
-  static void CompareInt(const std::shared_ptr<const StructRefDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
-    const auto& y = static_cast<const StructRefDefinition&>(*b);
-    if (NameOf(a->name()) != NameOf(y.name()) ||
-        static_cast<bool>(a->target()) != static_cast<bool>(y.target())) {
-      ReportMismatch(*a, y, work, errors);
+  static void CompareInt(const StructRefDefinition& a, const DataDefinition& b, DefinitionAdapter& work,
+                         Errors& errors) {
+    const auto& y = static_cast<const StructRefDefinition&>(b);
+    if (NameOf(a.name()) != NameOf(y.name()) ||
+        static_cast<bool>(a.target()) != static_cast<bool>(y.target())) {
+      ReportMismatch(a, y, work, errors);
     }
   }
 
-  static void CompareInt(const std::shared_ptr<const StructDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
-    CompareCompound<StructDefinition>(*a, static_cast<const StructDefinition&>(*b), work, errors);
-  }
-
-  static void CompareInt(const std::shared_ptr<const ErrorDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
-    CompareCompound<ErrorDefinition>(*a, static_cast<const ErrorDefinition&>(*b), work, errors);
-  }
-
-  static void CompareInt(const std::shared_ptr<const DynamicStructureDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
-    CompareCompound<DynamicStructureDefinition>(*a, static_cast<const DynamicStructureDefinition&>(*b), work,
-                                                errors);
-  }
-
-  static void CompareInt(const std::shared_ptr<const DynamicErrorDefinition>& a, const DefinitionPtr& b,
-                         DefinitionAdapter& work, Errors& errors) {
-    CompareCompound<DynamicErrorDefinition>(*a, static_cast<const DynamicErrorDefinition&>(*b), work, errors);
+  template <class X>
+  static void CompareInt(const X& a, const DataDefinition& b, DefinitionAdapter& work, Errors& errors) {
+    CompareCompound<X>(a, static_cast<const X&>(b), work, errors);
   }
 
   // The name of a compound definition; the dynamic ones all share a placeholder name.
@@ -244,7 +199,9 @@ struct DefinitionComparatorHelper {
       return;
     }
     const std::string* missing = Detail::PairFieldsDescending(
-        x, y, [&](const DefinitionPtr& p, const DefinitionPtr& q) { Dispatch(p, q, work, errors); });
+        x, y, [&](const DataDefinition::PtrConstType& p, const DataDefinition::PtrConstType& q) {
+          Dispatch(p.get(), q.get(), work, errors);
+        });
     if (missing != nullptr) {
       Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.missing.field",
                                [&] { return std::make_tuple(*missing, a.ToString(), b.ToString()); });
@@ -252,7 +209,7 @@ struct DefinitionComparatorHelper {
   }
 
   // Runs one walk from the pair of roots.
-  static void Walk(const DefinitionPtr& a, const DefinitionPtr& b, Errors& errors) {
+  static void Walk(const DataDefinition* a, const DataDefinition* b, Errors& errors) {
     DefinitionAdapter engine(&Dispatch);
     engine.Adapt(a, b, errors);
   }
@@ -264,14 +221,14 @@ bool DefinitionComparator::Compare(const DataDefinition::PtrConstType& a,
                                    const DataDefinition::PtrConstType& b, MessageList& messages) {
   if (!a || !b) return !a && !b;
   const auto before = messages.size();
-  DefinitionComparatorHelper<MessageList>::Walk(a, b, messages);
+  DefinitionComparatorHelper<MessageList>::Walk(a.get(), b.get(), messages);
   return messages.size() == before;
 }
 
 bool DataDefinition::Compare(const PtrConstType& a, const PtrConstType& b) {
   if (!a || !b) return !a && !b;
   Detail::Differs differs;
-  DefinitionComparatorHelper<Detail::Differs>::Walk(a, b, differs);
+  DefinitionComparatorHelper<Detail::Differs>::Walk(a.get(), b.get(), differs);
   return !differs.found;
 }
 

@@ -9,6 +9,7 @@
 
 #include <boost/logic/tribool.hpp>
 
+#include "data/value_tree.h"
 #include "olma/core/message.h"
 #include "olma/data/adapter.h"
 #include "olma/data/definition_visitor.h"
@@ -60,15 +61,19 @@ constexpr bool kPermissive = std::is_same_v<Mode, ValidatorModePermissive>;
 template <class Match, class Mode>
 void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors);
 
-// The rendering of a value as messages show it; an empty pointer is "<unset>".
-std::string RenderValue(const DataValue::PtrConstType& value) {
-  return value ? value->ToString() : std::string("<unset>");
+// The rendering of a value as messages show it, through the definition it is checked
+// against so that whatever that declares SECRET is masked (a permissive walk accepts a
+// password sent as a plain string); an empty pointer is "<unset>".
+std::string RenderValue(const DataValue* value, const DataDefinition* definition) {
+  std::string text;
+  Detail::RenderValue(value, text, definition);
+  return text;
 }
 
 // A child definition pointer that is empty is a construction error of the tree's builder;
 // it is reported as a mismatch rather than followed.
 void ReportUnsetDefinition(const DataValue::PtrConstType& value, Adapter& adapter, MessageList& errors) {
-  ValidatorErrorReport::Error(adapter, errors, "<unset>", RenderValue(value));
+  ValidatorErrorReport::Error(adapter, errors, "<unset>", RenderValue(value.get(), nullptr));
 }
 
 // The text of a value for enumerations and union tags. A StringValue is read in place;
@@ -106,7 +111,7 @@ bool CheckUnionCase(const UnionCaseDefinition& definition, const DataValue::PtrC
   const auto tag = place.fields->find(tagName);
   if (tag == place.fields->end()) {
     errors.push_back(Message<CoreTag>("olma.data.compound.field.missing", tagName, definition.ToString(),
-                                      RenderValue(value)));
+                                      RenderValue(value.get(), &definition)));
     adapter.Clear();
     return false;
   }
@@ -170,8 +175,8 @@ void ValidateCompoundLoose(const Definition& definition, const CompoundValue& va
     }
     // Absent. OPTIONAL definitions (union cases included) may be left out.
     if (declared->second && declared->second->type() == DataType::OPTIONAL) continue;
-    errors.push_back(
-        Message<CoreTag>("olma.data.compound.field.missing", name, definition.ToString(), value.ToString()));
+    errors.push_back(Message<CoreTag>("olma.data.compound.field.missing", name, definition.ToString(),
+                                      RenderValue(&value, &definition)));
     adapter.Clear();
     return;
   }
@@ -191,7 +196,7 @@ void ValidateCompoundStrict(const Definition& definition, const CompoundValue& v
   for (const auto& field : fields) {
     if (definitionFields && definitionFields->count(field.first) != 0) continue;
     errors.push_back(Message<CoreTag>("olma.data.compound.field.extra", field.first, definition.ToString(),
-                                      value.ToString()));
+                                      RenderValue(&value, &definition)));
     adapter.Clear();
     return;
   }

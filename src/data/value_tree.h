@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "olma/core/byte_vector.h"
+#include "olma/data/definition.h"
 #include "olma/data/value.h"
 
 namespace Olma {
@@ -19,8 +20,9 @@ namespace Detail {
 void ReleaseValues(std::vector<DataValue::PtrConstType>& pending);
 
 // Appends the rendering of `value` (an empty pointer: "<unset>") and of its whole sub-tree
-// to `out`.
-void RenderValue(const DataValue* value, std::string& out);
+// to `out`; with a `definition`, everything it declares SECRET shows as "<secret>" (see
+// olma/data/value_rendering.h).
+void RenderValue(const DataValue* value, std::string& out, const DataDefinition* definition = nullptr);
 
 // The renderings of the primitives, appended to `out`.
 void AppendInteger(long long value, std::string& out);

@@ -1,5 +1,6 @@
 #include "olma/invocation/method_result.h"
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -9,21 +10,21 @@ namespace Olma {
 namespace Core {
 
 MethodResult::PtrConstType MethodResult::GetInstance(Data::DataValue::PtrConstType output) {
-  return std::make_shared<MethodResult>(PrivateTag(), std::move(output), nullptr, false);
+  return std::make_shared<MethodResult>(PrivateTag(), std::move(output), nullptr);
 }
 
 MethodResult::PtrConstType MethodResult::GetErrorInstance(ErrorPtrConstType error) {
-  return std::make_shared<MethodResult>(PrivateTag(), nullptr, std::move(error), true);
+  if (!error) throw std::invalid_argument("MethodResult::GetErrorInstance: empty error");
+  return std::make_shared<MethodResult>(PrivateTag(), nullptr, std::move(error));
 }
 
 MethodResult::PtrConstType MethodResult::GetStreamTerminalInstance() {
-  return std::make_shared<MethodResult>(PrivateTag(), nullptr, nullptr, false);
+  return std::make_shared<MethodResult>(PrivateTag(), nullptr, nullptr);
 }
 
 MethodResult::PtrConstType MethodResult::GetInstance(Data::DataValue::PtrConstType output,
                                                      ErrorPtrConstType error) {
-  const bool failed = static_cast<bool>(error);
-  return std::make_shared<MethodResult>(PrivateTag(), std::move(output), std::move(error), failed);
+  return std::make_shared<MethodResult>(PrivateTag(), std::move(output), std::move(error));
 }
 
 MethodResult::~MethodResult() = default;

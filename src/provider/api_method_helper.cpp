@@ -1,13 +1,13 @@
 #include "olma/provider/api_method_helper.h"
 
 #include <array>
-#include <list>
+#include <exception>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "olma/data/definitions.h"
-#include "olma/data/scalar_values.h"
+#include "olma/data/localizable_message.h"
 
 namespace Olma {
 namespace Provider {
@@ -66,32 +66,6 @@ Core::MethodResult::PtrConstType ErrorResult(std::string_view errorName, const M
   return Core::MethodResult::GetErrorInstance(Data::ErrorValue::Create(std::string(errorName), messages));
 }
 
-// The string held by field `name`, or null when the field is absent or not a string.
-const std::string* StringField(const Data::CompoundValue::FieldMap& fields, std::string_view name) {
-  const auto found = fields.find(name);
-  if (found == fields.end() || !found->second || found->second->type() != DataType::STRING) return nullptr;
-  return &static_cast<const Data::StringValue&>(*found->second).value();
-}
-
-// The field "args" as strings: a typed list of strings, or a list whose elements are all
-// string values. False for anything else.
-bool ReadArgs(const Data::CompoundValue::FieldMap& fields, std::list<std::string>& args) {
-  const auto found = fields.find(std::string_view("args"));
-  if (found == fields.end() || !found->second) return false;
-  const DataValue& value = *found->second;
-  if (value.type() == DataType::LIST_STRING) {
-    const auto& strings = static_cast<const Data::ListValueString&>(value);
-    args.assign(strings.begin(), strings.end());
-    return true;
-  }
-  if (value.type() != DataType::LIST) return false;
-  for (const DataValue::PtrConstType& element : static_cast<const Data::ListValue&>(value)) {
-    if (!element || element->type() != DataType::STRING) return false;
-    args.push_back(static_cast<const Data::StringValue&>(*element).value());
-  }
-  return true;
-}
-
 }  // namespace
 
 bool ApiMethodHelper::ValidateInput(QualifiedMethodName methodName,
@@ -145,22 +119,36 @@ Core::MethodResult::PtrConstType ApiMethodHelper::ValidateError(QualifiedMethodN
   return ErrorResult(kInternalServerError, messages);
 }
 
+Core::MethodResult::PtrConstType ApiMethodHelper::ValidateResult(
+    QualifiedMethodName methodName, const AsyncApiMethod& method,
+    const Core::MethodResult::PtrConstType& result) {
+  if (result->isError()) return ValidateError(methodName, method.errors(), result->error());
+  if (result->isStreamTerminal()) return result;
+  return ValidateOutput(methodName, method.output(), result->output());
+}
+
+void ApiMethodHelper::InvokeHandler(QualifiedMethodName methodName, const AsyncApiMethod& method,
+                                    const Core::AsyncActivation::PtrType& activation,
+                                    const DataValue::PtrConstType& input,
+                                    const Core::AsyncApiResultCb::PtrType& resultCb) {
+  std::string reason;
+  try {
+    method.Invoke(activation, input, resultCb);
+    return;
+  } catch (const std::exception& exception) {
+    reason = exception.what();
+  } catch (...) {
+    reason = "unknown exception";
+  }
+  if (!*resultCb) return;  // the final result went out before the handler threw
+  MessageList messages;
+  messages.push_back(Message<CoreTag>("olma.invoke.unknown.error", methodName.str(), reason));
+  (*resultCb)(ErrorResult(kInternalServerError, messages));
+}
+
 void ApiMethodHelper::CopyErrorMessages(const Data::ListValue::PtrConstType& messagesValue,
                                         MessageList& messages) {
-  if (!messagesValue || messagesValue->empty()) return;
-  // Converted aside and spliced in at the end, so a malformed element leaves `messages`
-  // exactly as it was.
-  MessageList converted;
-  for (const DataValue::PtrConstType& element : *messagesValue) {
-    if (!element || element->type() != DataType::STRUCTURE) return;
-    const Data::CompoundValue::FieldMap& fields = static_cast<const Data::StructValue&>(*element).fields();
-    const std::string* id = StringField(fields, "id");
-    const std::string* defaultMessage = StringField(fields, "default_message");
-    std::list<std::string> args;
-    if (id == nullptr || defaultMessage == nullptr || !ReadArgs(fields, args)) return;
-    converted.emplace_back(*id, *defaultMessage, std::move(args));
-  }
-  messages.splice(messages.end(), converted);
+  if (messagesValue) Data::LocalizableMessage::ReadList(*messagesValue, messages);
 }
 
 ErrorDefinitionList ApiMethodHelper::AppendImplicitOperationErrors(

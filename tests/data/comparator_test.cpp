@@ -153,6 +153,21 @@ TYPED_TEST(ValueComparatorTest, DoublesUseAnAbsoluteToleranceOfOneMillionth) {
   }
 }
 
+TYPED_TEST(ValueComparatorTest, ANodeComparedWithItselfIsEqualWithoutDescending) {
+  // 60 levels of [x, x] have 2^60 paths: only the short-cut makes these comparisons end.
+  Ptr shared = V(std::nan(""));
+  for (int level = 0; level < 60; ++level) shared = ListOf({shared, shared});
+  const auto& top = static_cast<const ListValue&>(*shared);
+  const Ptr copy = ListOf({top.front(), top.back()});  // another root over the same children
+  EXPECT_EQ(Difference<TypeParam>(shared, shared), Texts{});
+  EXPECT_EQ(Difference<TypeParam>(shared, copy), Texts{});
+  // A NaN equals itself by the short-cut, and no other NaN.
+  const Ptr nan = V(std::nan(""));
+  EXPECT_EQ(Difference<TypeParam>(ListOf({nan}), ListOf({nan})), Texts{});
+  EXPECT_EQ(Difference<TypeParam>(ListOf({nan}), ListOf({V(std::nan(""))})),
+            Diff(kNotEqual, "DOUBLE", "nan", "nan"));
+}
+
 TYPED_TEST(ValueComparatorTest, MillionLevelsDeepNeedNoDeepCallStack) {
   // Nested a million levels deep, cycling through optional, list and structure.
   const Ptr one = Nested(Int(1), "ols");

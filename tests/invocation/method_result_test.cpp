@@ -1,5 +1,6 @@
 #include "olma/invocation/method_result.h"
 
+#include <stdexcept>
 #include <string>
 #include <tuple>
 
@@ -22,7 +23,6 @@ TEST(MethodResult, RendersAndClassifiesByItsPointersWithErrorFirst) {
       {"both", MethodResult::GetInstance(output, error), failure, true, false},
       {"terminal", MethodResult::GetStreamTerminalInstance(), terminal, false, true},
       {"empty output", MethodResult::GetInstance(nullptr), terminal, false, true},
-      {"empty error", MethodResult::GetErrorInstance(nullptr), terminal, true, true},
   };
   for (const auto& [name, result, text, isError, isTerminal] : cases) {
     SCOPED_TRACE(name);
@@ -30,6 +30,10 @@ TEST(MethodResult, RendersAndClassifiesByItsPointersWithErrorFirst) {
     EXPECT_EQ(result->isError(), isError);
     EXPECT_EQ(result->isStreamTerminal(), isTerminal);
   }
+}
+
+TEST(MethodResult, RefusesAnEmptyError) {
+  EXPECT_THROW(static_cast<void>(MethodResult::GetErrorInstance(nullptr)), std::invalid_argument);
 }
 
 }  // namespace

@@ -1,12 +1,17 @@
 #include "olma/provider/api_method_helper.h"
 
+#include <functional>
+#include <memory>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "olma/data/definitions.h"
+#include "olma/invocation/result_callback.h"
 #include "provider/fake_method.h"
 
 namespace {
@@ -166,6 +171,85 @@ TEST(ApiMethodHelper, AppendImplicitOperationErrorsAddsTheFourInOrderEvenWhenDec
               ElementsAre("{ed{ " + kInvalidArgument + " : { reason : STRING, } }} ", "<unset>",
                           empty(kUnexpectedInput), empty("com.zorvex.olma.std.errors.operation_not_found"),
                           empty(kServerError), empty(kInvalidArgument)));
+}
+
+// A method whose handler runs `body`, for the dispatch helpers.
+class HandlerMethod final : public Olma::Provider::AsyncApiMethod {
+ public:
+  using Body = std::function<void(const Olma::Core::AsyncApiResultCb::PtrType&)>;
+  explicit HandlerMethod(Body body) : body_(std::move(body)) {}
+
+  const std::string& name() const override { return name_; }
+  void Invoke(const Olma::Core::AsyncActivation::PtrType&, const DataValue::PtrConstType&,
+              const Olma::Core::AsyncApiResultCb::PtrType& resultCb) const override {
+    body_(resultCb);
+  }
+  DataDefinition::PtrConstType input() const override { return nullptr; }
+  DataDefinition::PtrConstType output() const override { return IntegerDefinition::GetInstance(); }
+  const Olma::Provider::ErrorDefinitionList& errors() const override { return errors_; }
+
+ private:
+  std::string name_ = "create";
+  Body body_;
+  Olma::Provider::ErrorDefinitionList errors_;
+};
+
+TEST(ApiMethodHelper, ValidateResultChecksOutputsAndErrorsAndPassesAStreamsTerminalResult) {
+  const HandlerMethod method([](const auto&) {});
+  const auto terminal = MethodResult::GetStreamTerminalInstance();
+  EXPECT_EQ(ApiMethodHelper::ValidateResult(kMethod, method, terminal), terminal);
+  const auto output = MethodResult::GetInstance(Int(5));
+  EXPECT_EQ(ApiMethodHelper::ValidateResult(kMethod, method, output)->output(), output->output());
+  EXPECT_THAT(
+      Describe(ApiMethodHelper::ValidateResult(kMethod, method, MethodResult::GetInstance(Struct("s", {})))),
+      ElementsAre(kServerError, "olma.invoke.invalid.output", "olma.data.type.mismatch"));
+  EXPECT_THAT(Describe(ApiMethodHelper::ValidateResult(
+                  kMethod, method, MethodResult::GetErrorInstance(HandlerError("com.acme.errors.denied")))),
+              ElementsAre(kServerError, kUnexpected, "app.one", "app.two"));
+}
+
+TEST(ApiMethodHelper, InvokeHandlerTurnsAnExceptionIntoOneErrorResult) {
+  struct Case {
+    const char* label;
+    HandlerMethod::Body body;
+    std::vector<std::vector<std::string>> results;  // each result's error messages, flattened
+  };
+  const std::string text = "Unknown error for method: " + kMethod + " -> ";
+  const Case cases[] = {
+      {"standard exception",
+       [](const auto&) { throw std::runtime_error("disk on fire"); },
+       {{"olma.invoke.unknown.error", text + "disk on fire", kMethod, "disk on fire"}}},
+      {"anything else",
+       [](const auto&) { throw 42; },
+       {{"olma.invoke.unknown.error", text + "unknown exception", kMethod, "unknown exception"}}},
+      {"after the final result",
+       [](const auto& resultCb) {
+         (*resultCb)(MethodResult::GetInstance(Int(1)));
+         throw std::runtime_error("late");
+       },
+       {{}}},
+      {"no exception", [](const auto& resultCb) { (*resultCb)(MethodResult::GetInstance(Int(1))); }, {{}}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.label);
+    std::vector<std::vector<std::string>> results;
+    auto resultCb = std::make_shared<Olma::Core::AsyncApiResultCb>(
+        [&](const MethodResult::PtrConstType& result, const Olma::Core::Progress&,
+            const Olma::Core::AsyncApiResultCb::Continuation&) {
+          std::vector<std::string> flat;
+          if (result->isError()) {
+            EXPECT_EQ(result->error()->name(), kServerError);
+            for (const Olma::BaseMessage& message : MessagesOf(result->error())) {
+              const std::vector<std::string> one = Flatten(message);
+              flat.insert(flat.end(), one.begin(), one.end());
+            }
+          }
+          results.push_back(flat);
+        });
+    EXPECT_NO_THROW(
+        ApiMethodHelper::InvokeHandler(kMethod, HandlerMethod(c.body), nullptr, Int(0), resultCb));
+    EXPECT_EQ(results, c.results);
+  }
 }
 
 }  // namespace

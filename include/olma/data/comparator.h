@@ -33,10 +33,19 @@
 //   "olma.data.value.comp.struct.missing.field"  a field of the first is absent from the
 //                                                second (field name, both renderings)
 //
-// Texts are rendered only once a difference is found. Both trees are walked with an
-// explicit work stack, so any depth of nesting is compared without deep recursion. The
-// comparators hold no state: any number of threads may compare, also the same shared
-// trees, at once.
+// A node compared with itself (the same pointer on both sides) is equal without being
+// descended into; this holds for a double NaN too, which equals nothing else.
+//
+// Cost: equal trees are walked once, every pair of nodes visited once per path that
+// reaches it; a sub-tree shared by several parents in both trees is skipped at once
+// where both sides reach it by the same pointer, but compared once per path otherwise
+// (a value of 22 levels of [x, x] against a copy of itself makes 4 million pair visits).
+// When the trees differ, a second walk in reading order finds the difference to report,
+// and rendering it costs the renderings of the two differing nodes (ToString, also once
+// per path for shared sub-trees: 22 levels of [x, x] render 37 MB). Texts are rendered
+// only once a difference is found. Both trees are walked with an explicit work stack, so
+// any depth of nesting is compared without deep recursion. The comparators hold no
+// state: any number of threads may compare, also the same shared trees, at once.
 #pragma once
 
 #include "olma/core/export.h"

@@ -108,8 +108,9 @@ class OLMA_API ErrorValue final : public CompoundValue {
   static PtrType GetInstance(std::string name);
   // An error whose field "messages" is `messages`.
   static PtrType GetInstance(std::string name, ListValue::PtrConstType messages);
-  // An error whose field "messages" lists `messages` as localizable-message structures:
-  // "id" and "default_message" as strings, "args" as a ListValueString.
+  // An error whose field "messages" lists `messages` as localizable-message structures
+  // (LocalizableMessage::BuildList, olma/data/localizable_message.h): "id" and
+  // "default_message" as strings, "args" as a ListValueString.
   static PtrType Create(std::string name, const MessageList& messages);
 
   ErrorValue(PrivConstructor tag, std::string name) noexcept : CompoundValue(tag, std::move(name)) {}

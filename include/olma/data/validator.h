@@ -66,6 +66,7 @@
 #include "olma/data/definitions.h"
 #include "olma/data/modes.h"
 #include "olma/data/value.h"
+#include "olma/data/value_rendering.h"
 #include "olma/data/values.h"
 
 namespace Olma {
@@ -93,12 +94,13 @@ struct ValidatorErrorReport {
   }
 
   // The same with the renderings of `definition` and `value` (an empty value renders as
-  // "<unset>"). Kept out of line: the texts are only made when the check has failed.
+  // "<unset>", and whatever `definition` declares SECRET as "<secret>"). Kept out of line:
+  // the texts are only made when the check has failed.
   template <class Stack>
   [[gnu::noinline, gnu::cold]] static bool Mismatch(Stack& stack, MessageList& errors,
                                                     const DataDefinition& definition,
                                                     const DataValue::PtrConstType& value) {
-    return Error(stack, errors, definition.ToString(), value ? value->ToString() : std::string("<unset>"));
+    return Error(stack, errors, definition.ToString(), RenderValue(value, definition.GetConstPtr()));
   }
 };
 

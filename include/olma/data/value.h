@@ -63,7 +63,10 @@ class OLMA_API DataValue : public std::enable_shared_from_this<DataValue> {
 
   // The diagnostic text of the value and its whole sub-tree (logs, message arguments).
   // Never fails; an empty child pointer shows as "<unset>" and a secret as "<secret>".
-  // Any depth of nesting is rendered without recursion.
+  // Any depth of nesting is rendered without recursion. Cost: linear in the text, and a
+  // sub-tree shared by several parents is rendered once per path to it (22 levels of
+  // [x, x] render 37 MB). For text that leaves the process, RenderValue
+  // (olma/data/value_rendering.h) also masks what a definition declares SECRET.
   virtual std::string ToString() const = 0;
 
   // Frees the sub-tree without recursion: only children no one else holds are freed.

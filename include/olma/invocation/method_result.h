@@ -11,7 +11,7 @@
 //
 // Results are immutable once built and handled as shared pointers to const; any number
 // of threads may read them. Texts are rendered only when ToString is called. Factories
-// throw only std::bad_alloc.
+// throw std::bad_alloc, and GetErrorInstance std::invalid_argument for an empty error.
 #pragma once
 
 #include <memory>
@@ -38,7 +38,9 @@ class OLMA_API MethodResult {
   // A success: `output` set, no error, isError() false. An empty `output` makes the
   // terminal result of a stream.
   static PtrConstType GetInstance(Data::DataValue::PtrConstType output);
-  // A failure: no output, `error` set, isError() true.
+  // A failure: no output, `error` set, isError() true. An empty `error` breaks the
+  // precondition and throws std::invalid_argument: a result must not claim a failure it
+  // cannot name (it would be an error and a stream's terminal result at once).
   static PtrConstType GetErrorInstance(ErrorPtrConstType error);
   // The terminal result of a stream: neither output nor error, isError() false.
   static PtrConstType GetStreamTerminalInstance();
@@ -48,8 +50,9 @@ class OLMA_API MethodResult {
 
   const Data::DataValue::PtrConstType& output() const noexcept { return output_; }
   const ErrorPtrConstType& error() const noexcept { return error_; }
-  // True for every result built by GetErrorInstance, even around an empty error pointer.
-  bool isError() const noexcept { return isError_; }
+  // True exactly when an error is set: for every result built by GetErrorInstance, and
+  // for GetInstance(output, error) with an error.
+  bool isError() const noexcept { return static_cast<bool>(error_); }
   // Neither output nor error.
   bool isStreamTerminal() const noexcept { return !output_ && !error_; }
 
@@ -62,9 +65,8 @@ class OLMA_API MethodResult {
   virtual ~MethodResult();
 
   // Only the factories can name the tag.
-  MethodResult(PrivateTag, Data::DataValue::PtrConstType output, ErrorPtrConstType error,
-               bool isError) noexcept
-      : output_(std::move(output)), error_(std::move(error)), isError_(isError) {}
+  MethodResult(PrivateTag, Data::DataValue::PtrConstType output, ErrorPtrConstType error) noexcept
+      : output_(std::move(output)), error_(std::move(error)) {}
 
   MethodResult(const MethodResult&) = delete;
   MethodResult& operator=(const MethodResult&) = delete;
@@ -72,7 +74,6 @@ class OLMA_API MethodResult {
  private:
   Data::DataValue::PtrConstType output_;
   ErrorPtrConstType error_;
-  bool isError_;
 };
 
 }  // namespace Core

@@ -15,9 +15,9 @@
 //   Olma::Core::MethodResult::PtrConstType result;
 //   const Olma::Provider::QualifiedMethodName name(api->id()->name(), method->name());
 //   if (!ApiMethodHelper::ValidateInput(name, method->input(), input, result)) return deliver(result);
-//   ... run the handler; when it delivers `handled`:
-//   deliver(handled->isError() ? ApiMethodHelper::ValidateError(name, method->errors(), handled->error())
-//                              : ApiMethodHelper::ValidateOutput(name, method->output(), handled->output()));
+//   ApiMethodHelper::InvokeHandler(name, *method, activation, input, checked);
+//   ... where `checked` is a callback that, given the handler's final result `handled`, does
+//   deliver(ApiMethodHelper::ValidateResult(name, *method, handled));
 //
 // The helpers keep no state; any number of threads may call them at once.
 #pragma once
@@ -31,8 +31,10 @@
 #include "olma/data/definition.h"
 #include "olma/data/list_values.h"
 #include "olma/data/value.h"
+#include "olma/invocation/async_activation.h"
 #include "olma/invocation/identifiers.h"
 #include "olma/invocation/method_result.h"
+#include "olma/invocation/result_callback.h"
 #include "olma/provider/async_api_method.h"
 
 namespace Olma {
@@ -110,6 +112,27 @@ struct OLMA_API ApiMethodHelper {
   static Core::MethodResult::PtrConstType ValidateError(QualifiedMethodName methodName,
                                                         const ErrorDefinitionList& errorDefinitions,
                                                         const Data::ErrorValue::PtrConstType& error);
+
+  // Checks the final result a handler delivered: an error through ValidateError, an output
+  // through ValidateOutput, and the terminal result of a stream (neither output nor error)
+  // passes unchanged, since it carries nothing to check. `result` must not be empty (an
+  // empty result is a progress report, not a final result).
+  static Core::MethodResult::PtrConstType ValidateResult(QualifiedMethodName methodName,
+                                                         const AsyncApiMethod& method,
+                                                         const Core::MethodResult::PtrConstType& result);
+
+  // Calls method.Invoke(activation, input, resultCb) so that nothing the handler throws
+  // escapes to the dispatcher: an exception becomes the error result
+  // "com.zorvex.olma.std.errors.internal_server_error" with the one message
+  // "olma.invoke.unknown.error" ("Unknown error for method: {1} -> {2}", the method name and
+  // the exception's what(), or "unknown exception" for one that is not a std::exception),
+  // delivered through `resultCb`. A handler that delivered its final result before
+  // throwing keeps it; the exception is then dropped, so the caller still gets exactly one
+  // final result.
+  static void InvokeHandler(QualifiedMethodName methodName, const AsyncApiMethod& method,
+                            const Core::AsyncActivation::PtrType& activation,
+                            const Data::DataValue::PtrConstType& input,
+                            const Core::AsyncApiResultCb::PtrType& resultCb);
 
   // Appends to `messages` the messages held in the "messages" field of an error value:
   // each element must be a "com.zorvex.olma.std.localizable_message" structure with the
