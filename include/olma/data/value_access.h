@@ -67,48 +67,12 @@
 #include "olma/core/secret_string.h"
 #include "olma/data/modes.h"
 #include "olma/data/native_markers.h"
+#include "olma/data/type_info.h"
 #include "olma/data/value.h"
 #include "olma/data/value_visitor.h"
 
 namespace Olma {
 namespace Data {
-
-// The display name of a native type, as conversion messages show it.
-template <class T>
-struct TypeInfo;
-
-template <>
-struct TypeInfo<Void> {
-  static constexpr std::string_view name() noexcept { return "Void"; }
-};
-template <>
-struct TypeInfo<long long> {
-  static constexpr std::string_view name() noexcept { return "Long"; }
-};
-template <>
-struct TypeInfo<double> {
-  static constexpr std::string_view name() noexcept { return "Double"; }
-};
-template <>
-struct TypeInfo<bool> {
-  static constexpr std::string_view name() noexcept { return "Boolean"; }
-};
-template <>
-struct TypeInfo<ByteVector> {
-  static constexpr std::string_view name() noexcept { return "Blob"; }
-};
-template <>
-struct TypeInfo<std::string> {
-  static constexpr std::string_view name() noexcept { return "String"; }
-};
-template <>
-struct TypeInfo<SecretString> {
-  static constexpr std::string_view name() noexcept { return "SecretString"; }
-};
-template <>
-struct TypeInfo<DateTime> {
-  static constexpr std::string_view name() noexcept { return "DateTime"; }
-};
 
 namespace DataValueHelper {
 

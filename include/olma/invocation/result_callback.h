@@ -23,6 +23,7 @@
 
 #include <functional>
 #include <memory>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -36,11 +37,31 @@ namespace Core {
 // handler's own (items, bytes, percent); nothing checks that min <= current <= max.
 // All three zero is the empty progress, which the final result carries; a progress
 // report should make at least one of them non-zero. As a data value it is the structure
-// "Progress" with the integer fields "min", "max" and "current".
+// "Progress" with the integer fields "min", "max" and "current"; its declared definition
+// names the third field "corrent", a spelling that published interfaces depend on, so
+// values and definition differ in that one name on purpose.
 struct Progress {
+  static constexpr std::string_view kTypeName = "Progress";
+
   long long min = 0;
   long long max = 0;
   long long current = 0;
+
+  // The fields, for the native adapters (olma/data/native_to_value.h).
+  struct AdapterHelper {
+    template <class Helper, class Object>
+    static void AddFields(Helper& helper, Object& progress) {
+      helper.AddField("min", &progress.min);
+      helper.AddField("max", &progress.max);
+      helper.AddField("current", &progress.current);
+    }
+    template <class Helper>
+    static void AddDefinitionFields(Helper& helper) {
+      helper.AddField("min", &Progress::min);
+      helper.AddField("max", &Progress::max);
+      helper.AddField("corrent", &Progress::current);
+    }
+  };
 
   // True for the empty progress (all three zero): nothing to report.
   bool empty() const noexcept { return min == 0 && max == 0 && current == 0; }
