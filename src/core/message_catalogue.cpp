@@ -51,6 +51,8 @@ constexpr CatalogueEntry kCoreCatalogue[] = {
      "In the structure '{1}', the field '{2}' is not set. Therefore, the field '{3}' also must not be set, "
      "but it "
      "is."},
+    {"olma.data.validation.truncated",
+     "Validation stopped after {1} failures; {2} more values were not checked"},
     {"olma.data.getvaluebypath.list.not.last", "List value is not last in path. Remaining path: {1}"},
     {"olma.async.api.interface.missing.method", "Interface missing method: {1}[{2}]"},
     {"olma.invoke.invalid.input", "Invalid input for method: {1}"},

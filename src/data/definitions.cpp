@@ -1,116 +1,106 @@
 #include "olma/data/definitions.h"
 
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "data/ignoring_definition_visitor.h"
-#include "olma/data/detail/tree_release.h"
+#include "data/tree_release.h"
 
 namespace Olma {
 namespace Data {
 
-using DefinitionList = std::vector<DataDefinition::PtrConstType>;
+namespace {
+
+bool IsCompositeDefinition(const DataDefinition& definition) noexcept {
+  switch (definition.type()) {
+    case DataType::ERROR:
+    case DataType::OPTIONAL:
+    case DataType::LIST:
+    case DataType::STRUCTURE:
+    case DataType::DYNAMIC_STRUCTURE:
+    case DataType::ANY_ERROR:
+      return true;
+    default:
+      return false;
+  }
+}
+
+using DefinitionRelease =
+    Detail::TreeRelease<DataDefinition, DataDefinition::FieldMap, &IsCompositeDefinition>;
+
+}  // namespace
 
 namespace Detail {
 
-// Frees definition trees without recursion. For each node that the release list owns
-// alone, the visitor moves the node's children into the list before the node is dropped,
-// so each destructor finds nothing left to free. Only the composite kinds are visited;
-// OPTIONAL covers both optional and union-case definitions, which the visitor tells apart.
-//
-// A structure that is only reachable through references may be read by another thread
-// that locks a reference while its last owner is being released; the owner of a tree must
-// keep reference targets alive for as long as references are in use.
-class DefinitionReleaser final : public IgnoringDefinitionVisitor {
+// Reaches into the composite definitions, for the destructors (which hand their children
+// to the release) and the cycle check of the builder setters.
+class DefinitionReleaser {
  public:
-  // Frees what `child` alone owns. Shared children and scalars need no work list.
-  static void Release(DataDefinition::PtrConstType child) {
-    if (!child || child.use_count() != 1 || !HasChildren(child->type())) return;
-    DefinitionList pending;
-    pending.push_back(std::move(child));
-    Drain(pending);
+  static void Release(DataDefinition::PtrConstType& element) noexcept {
+    DefinitionRelease::ReleaseChild(element);
   }
-
-  static void Release(std::optional<DataDefinition::FieldMap>& fields) {
-    if (!fields || fields->empty()) return;
-    DefinitionList pending;
-    pending.reserve(fields->size());
-    TakeFields(fields, pending);
-    Drain(pending);
+  static void Release(std::optional<DataDefinition::FieldMap>& fields) noexcept {
+    if (fields) DefinitionRelease::ReleaseFields(*fields);
   }
-
-  void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& definition) override {
-    TakeFields(Mutable(definition).fields_, pending_);
-  }
-  void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& definition) override {
-    TakeFields(Mutable(definition).fields_, pending_);
-  }
-  void VisitError(const std::shared_ptr<const ErrorDefinition>& definition) override {
-    TakeFields(Mutable(definition).fields_, pending_);
-  }
-  void VisitOptional(const std::shared_ptr<const OptionalDefinition>& definition) override {
-    Take(Mutable(definition).element_);
-  }
-  void VisitList(const std::shared_ptr<const ListDefinition>& definition) override {
-    Take(Mutable(definition).element_);
-  }
-  void VisitStruct(const std::shared_ptr<const StructDefinition>& definition) override {
-    TakeFields(Mutable(definition).fields_, pending_);
-  }
-  void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& definition) override {
-    Take(Mutable(definition).element_);
-  }
-
- private:
-  explicit DefinitionReleaser(DefinitionList& pending) : pending_(pending) {}
-
-  static bool HasChildren(DataType type) noexcept {
-    switch (type) {
-      case DataType::ERROR:
-      case DataType::OPTIONAL:
-      case DataType::LIST:
-      case DataType::STRUCTURE:
-      case DataType::DYNAMIC_STRUCTURE:
-      case DataType::ANY_ERROR:
-        return true;
-      default:
-        return false;
-    }
-  }
-
-  static void Drain(DefinitionList& pending) {
-    DefinitionReleaser releaser(pending);
-    ReleaseTree(pending, [&releaser](DataDefinition& node, DefinitionList&) {
-      if (HasChildren(node.type())) node.AcceptVisitor(releaser);
-    });
-  }
-
-  static void TakeFields(std::optional<DataDefinition::FieldMap>& fields, DefinitionList& pending) {
-    if (!fields) return;
-    for (auto& field : *fields) {
-      if (field.second) pending.push_back(std::move(field.second));
-    }
-    fields->clear();
-  }
-
-  // The release list is the node's only owner, so nobody can observe the change.
-  template <class Definition>
-  static Definition& Mutable(const std::shared_ptr<const Definition>& definition) {
-    return const_cast<Definition&>(*definition);
-  }
-
-  void Take(DataDefinition::PtrConstType& child) {
-    if (child) pending_.push_back(std::move(child));
-  }
-
-  DefinitionList& pending_;
 };
 
 }  // namespace Detail
 
 namespace {
 
-using Detail::DefinitionReleaser;
+// Collects the children a definition owns; references own nothing.
+class OwnedChildren final : public Detail::IgnoringDefinitionVisitor {
+ public:
+  explicit OwnedChildren(std::vector<const DataDefinition*>& out) : out_(out) {}
+
+  void VisitDynamicStructure(const std::shared_ptr<const DynamicStructureDefinition>& d) override {
+    Fields(d->fields());
+  }
+  void VisitDynamicError(const std::shared_ptr<const DynamicErrorDefinition>& d) override {
+    Fields(d->fields());
+  }
+  void VisitError(const std::shared_ptr<const ErrorDefinition>& d) override { Fields(d->fields()); }
+  void VisitStruct(const std::shared_ptr<const StructDefinition>& d) override { Fields(d->fields()); }
+  void VisitOptional(const std::shared_ptr<const OptionalDefinition>& d) override { Child(d->element()); }
+  void VisitList(const std::shared_ptr<const ListDefinition>& d) override { Child(d->element()); }
+  void VisitUnionCase(const std::shared_ptr<const UnionCaseDefinition>& d) override { Child(d->element()); }
+
+ private:
+  void Child(const DataDefinition::PtrConstType& child) {
+    if (child) out_.push_back(child.get());
+  }
+  void Fields(const std::optional<DataDefinition::FieldMap>& fields) {
+    if (fields) {
+      for (const auto& field : *fields) Child(field.second);
+    }
+  }
+
+  std::vector<const DataDefinition*>& out_;
+};
+
+// Whether linking `child` under `node` would close a cycle of ownership: whether `node` is
+// `child` or owned somewhere below it. `nodeOwners` is the number of shared pointers to
+// `node`; with only the builder's own, nothing below `child` can hold it, which spares the
+// walk when trees are built bottom-up. Shared sub-trees are walked once.
+bool ClosesCycle(const DataDefinition& node, long nodeOwners, const DataDefinition& child) {
+  if (&child == &node) return true;
+  if (nodeOwners <= 1 || !IsCompositeDefinition(child)) return false;
+  std::vector<const DataDefinition*> pending{&child};
+  std::unordered_set<const DataDefinition*> seen;
+  OwnedChildren collect(pending);
+  while (!pending.empty()) {
+    const DataDefinition* next = pending.back();
+    pending.pop_back();
+    if (next == &node) return true;
+    if (seen.insert(next).second) next->AcceptVisitor(collect);
+  }
+  return false;
+}
+
+}  // namespace
+
+namespace {
 
 DataDefinition::PtrConstType FindField(const std::optional<DataDefinition::FieldMap>& fields,
                                        const std::string& name, const DataDefinition& whole,
@@ -189,8 +179,15 @@ ElementDefinition<Self, Kind>::ElementDefinition(DataDefinition::PtrConstType el
     : DefinitionBase<Self>(Kind), element_(std::move(element)) {}
 
 template <class Self, DataType::EnumType Kind>
+bool ElementDefinition<Self, Kind>::SetElement(DataDefinition::PtrConstType element) {
+  if (element && ClosesCycle(*this, this->weak_from_this().use_count(), *element)) return false;
+  element_ = std::move(element);
+  return true;
+}
+
+template <class Self, DataType::EnumType Kind>
 ElementDefinition<Self, Kind>::~ElementDefinition() {
-  DefinitionReleaser::Release(std::move(element_));
+  Detail::DefinitionReleaser::Release(element_);
 }
 
 }  // namespace Detail
@@ -231,13 +228,15 @@ FieldsDefinition<Self, Kind>::FieldsDefinition(std::optional<FieldMap> fields)
 
 template <class Self, DataType::EnumType Kind>
 FieldsDefinition<Self, Kind>::~FieldsDefinition() {
-  DefinitionReleaser::Release(fields_);
+  Detail::DefinitionReleaser::Release(fields_);
 }
 
 template <class Self, DataType::EnumType Kind>
-void FieldsDefinition<Self, Kind>::SetField(const std::string& name,
+bool FieldsDefinition<Self, Kind>::SetField(const std::string& name,
                                             DataDefinition::PtrConstType definition) {
+  if (definition && ClosesCycle(*this, this->weak_from_this().use_count(), *definition)) return false;
   Insert(fields_, name, std::move(definition));
+  return true;
 }
 
 template <class Self, DataType::EnumType Kind>

@@ -6,9 +6,13 @@
 #include <string_view>
 #include <type_traits>
 #include <typeinfo>
+#include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include <boost/logic/tribool.hpp>
 
+#include "data/field_merge.h"
 #include "data/value_tree.h"
 #include "olma/core/message.h"
 #include "olma/data/adapter.h"
@@ -48,8 +52,54 @@ struct DstType {
   const FieldPlace* place;
 };
 
+// What one call keeps besides the work stack: the caller's list, the failure limit, the
+// renderings of definitions already made, and the reference targets it has locked.
+class Walk {
+ public:
+  Walk(MessageList& list, std::size_t maxFailures) noexcept
+      : errors(list), baseline_(list.size()), limit_(maxFailures) {}
+
+  MessageList& errors;
+  // Set once the limit has ended the walk.
+  bool stopped = false;
+
+  // Whether the limit of failures (if any) has been reached.
+  bool LimitReached() const noexcept { return limit_ != 0 && errors.size() - baseline_ >= limit_; }
+  std::size_t failures() const noexcept { return errors.size() - baseline_; }
+
+  // The rendering of `definition`, made once per call: a definition that fails against
+  // many values (every element of a long list) is rendered for the first message only,
+  // and the later ones copy the text. Definitions outlive the call, so their addresses
+  // are stable keys.
+  const std::string& Rendered(const DataDefinition& definition) {
+    const auto found = rendered_.find(&definition);
+    if (found != rendered_.end()) return found->second;
+    std::string text = definition.ToString();
+    return rendered_.emplace(&definition, std::move(text)).first->second;
+  }
+
+  // Keeps a locked reference target alive until the call ends: the raw pointers queued
+  // in the work stack point into it. A recursive type locks the same target over and
+  // over, so the last few held are checked before another is added.
+  void Hold(std::shared_ptr<const StructDefinition> target) {
+    const std::size_t recent = held_.size() < kRecent ? held_.size() : kRecent;
+    for (std::size_t i = held_.size(); i > held_.size() - recent; --i) {
+      if (held_[i - 1] == target) return;
+    }
+    held_.push_back(std::move(target));
+  }
+
+ private:
+  static constexpr std::size_t kRecent = 8;
+
+  const std::size_t baseline_;
+  const std::size_t limit_;
+  std::unordered_map<const DataDefinition*, std::string> rendered_;
+  std::vector<std::shared_ptr<const StructDefinition>> held_;
+};
+
 using Source = const DataDefinition*;
-using Adapter = DataAdapter<Source, DstType, MessageList>;
+using Adapter = DataAdapter<Source, DstType, Walk>;
 using Method = Adapter::Method;
 
 constexpr std::string_view kDynamicStructName = "_dynS";
@@ -59,30 +109,72 @@ template <class Mode>
 constexpr bool kPermissive = std::is_same_v<Mode, ValidatorModePermissive>;
 
 template <class Match, class Mode>
-void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors);
+void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, Walk& walk);
 
 // The rendering of a value as messages show it, through the definition it is checked
 // against so that whatever that declares SECRET is masked (a permissive walk accepts a
-// password sent as a plain string); an empty pointer is "<unset>".
+// password sent as a plain string); an empty pointer is "<unset>". Every message that shows a
+// value renders it here.
 std::string RenderValue(const DataValue* value, const DataDefinition* definition) {
   std::string text;
   Detail::RenderValue(value, text, definition);
   return text;
 }
 
+// Appends a message and abandons the queued work: what every failure of the walk does.
+template <class... Args>
+[[gnu::noinline, gnu::cold]] void Fail(Adapter& adapter, Walk& walk, std::string_view id,
+                                       const Args&... args) {
+  walk.errors.push_back(Message<CoreTag>(id, args...));
+  adapter.Clear();
+}
+
+// "olma.data.type.mismatch" between `definition` and `value`. Returns false.
+[[gnu::noinline, gnu::cold]] bool Mismatch(const DataDefinition& definition,
+                                           const DataValue::PtrConstType& value, Adapter& adapter,
+                                           Walk& walk) {
+  Fail(adapter, walk, "olma.data.type.mismatch", walk.Rendered(definition),
+       RenderValue(value.get(), &definition));
+  return false;
+}
+
+// The mode's kind comparison of `value` against `expected` (normally definition.type();
+// the dynamic compounds expect STRUCTURE or ERROR), reporting a mismatch. An empty value
+// never matches.
+template <class Mode>
+bool CompareTypes(DataType expected, const DataDefinition& definition, const DataValue::PtrConstType& value,
+                  Adapter& adapter, Walk& walk) {
+  if (value && Mode::CompareTypesInt(expected, value->type())) return true;
+  return Mismatch(definition, value, adapter, walk);
+}
+
 // A child definition pointer that is empty is a construction error of the tree's builder;
 // it is reported as a mismatch rather than followed.
-void ReportUnsetDefinition(const DataValue::PtrConstType& value, Adapter& adapter, MessageList& errors) {
-  ValidatorErrorReport::Error(adapter, errors, "<unset>", RenderValue(value.get(), nullptr));
+[[gnu::noinline, gnu::cold]] void ReportUnsetDefinition(const DataValue::PtrConstType& value,
+                                                        Adapter& adapter, Walk& walk) {
+  Fail(adapter, walk, "olma.data.type.mismatch", std::string_view("<unset>"),
+       RenderValue(value.get(), nullptr));
+}
+
+// Ends the walk at the failure limit: `unchecked` values (list elements, fields, queued
+// composites) were not looked at. Says so only when something was left.
+[[gnu::noinline, gnu::cold]] void StopAtLimit(std::size_t unchecked, Adapter& adapter, Walk& walk) {
+  unchecked += adapter.stack.size();
+  adapter.Clear();
+  walk.stopped = true;
+  if (unchecked != 0) {
+    walk.errors.push_back(Message<CoreTag>("olma.data.validation.truncated",
+                                           static_cast<unsigned long long>(walk.failures()),
+                                           static_cast<unsigned long long>(unchecked)));
+  }
 }
 
 // The text of a value for enumerations and union tags. A StringValue is read in place;
 // anything else goes through the strict string conversion, which reports its own failure.
 // Returns null on failure.
-const std::string* ValueAsString(const DataValue::PtrConstType& value, std::string& scratch,
-                                 MessageList& errors) {
+const std::string* ValueAsString(const DataValue::PtrConstType& value, std::string& scratch, Walk& walk) {
   if (value && value->type() == DataType::STRING) return &static_cast<const StringValue&>(*value).value();
-  if (!DataValue::Value<std::string>(value, scratch, errors)) return nullptr;
+  if (!DataValue::Value<std::string>(value, scratch, walk.errors)) return nullptr;
   return &scratch;
 }
 
@@ -106,13 +198,12 @@ std::string_view StructNameOf(const DynamicErrorDefinition&) noexcept {
 // The union-case rule: whether the presence of the case field `value` (set or not as
 // `isSet` says) agrees with the tag field of the same structure.
 bool CheckUnionCase(const UnionCaseDefinition& definition, const DataValue::PtrConstType& value,
-                    const FieldPlace& place, bool isSet, Adapter& adapter, MessageList& errors) {
+                    const FieldPlace& place, bool isSet, Adapter& adapter, Walk& walk) {
   const std::string& tagName = definition.tagFieldName();
   const auto tag = place.fields->find(tagName);
   if (tag == place.fields->end()) {
-    errors.push_back(Message<CoreTag>("olma.data.compound.field.missing", tagName, definition.ToString(),
-                                      RenderValue(value.get(), &definition)));
-    adapter.Clear();
+    Fail(adapter, walk, "olma.data.compound.field.missing", tagName, walk.Rendered(definition),
+         RenderValue(value.get(), &definition));
     return false;
   }
   const DataValue::PtrConstType* content = &tag->second;
@@ -120,15 +211,14 @@ bool CheckUnionCase(const UnionCaseDefinition& definition, const DataValue::PtrC
     const auto& optional = static_cast<const OptionalValue&>(**content);
     if (!optional.isSet()) {
       if (!isSet) return true;
-      errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.notag", place.structName, tagName,
-                                        place.fieldName));
-      adapter.Clear();
+      Fail(adapter, walk, "olma.data.union.invalid.case.state.notag", place.structName, tagName,
+           place.fieldName);
       return false;
     }
     content = &optional.value();
   }
   std::string scratch;
-  const std::string* text = ValueAsString(*content, scratch, errors);
+  const std::string* text = ValueAsString(*content, scratch, walk);
   if (!text) {
     adapter.Clear();
     return false;
@@ -136,15 +226,13 @@ bool CheckUnionCase(const UnionCaseDefinition& definition, const DataValue::PtrC
   const boost::logic::tribool answer = definition.Check(*text);
   if (boost::logic::indeterminate(answer)) return true;
   if (!answer && isSet) {
-    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isset", place.structName, tagName,
-                                      *text, place.fieldName));
-    adapter.Clear();
+    Fail(adapter, walk, "olma.data.union.invalid.case.state.isset", place.structName, tagName, *text,
+         place.fieldName);
     return false;
   }
   if (answer && !isSet) {
-    errors.push_back(Message<CoreTag>("olma.data.union.invalid.case.state.isnotset", place.structName,
-                                      tagName, *text, place.fieldName));
-    adapter.Clear();
+    Fail(adapter, walk, "olma.data.union.invalid.case.state.isnotset", place.structName, tagName, *text,
+         place.fieldName);
     return false;
   }
   return true;
@@ -157,29 +245,28 @@ bool CheckUnionCase(const UnionCaseDefinition& definition, const DataValue::PtrC
 // this structure.
 template <class Match, class Mode, class Definition>
 void ValidateCompoundLoose(const Definition& definition, const CompoundValue& value,
-                           std::string_view structName, Adapter& adapter, MessageList& errors) {
+                           std::string_view structName, Adapter& adapter, Walk& walk) {
   const auto& definitionFields = definition.fields();
   if (!definitionFields) return;
   const ValueFieldMap& fields = value.fields();
-  auto field = fields.rbegin();
-  const auto fieldsEnd = fields.rend();
-  for (auto declared = definitionFields->rbegin(); declared != definitionFields->rend(); ++declared) {
-    const std::string& name = declared->first;
-    int order = -1;
-    while (field != fieldsEnd && (order = field->first.compare(name)) > 0) ++field;
-    if (field != fieldsEnd && order == 0) {
+  std::size_t visited = 0;
+  Detail::MergeFieldsDescending(*definitionFields, fields, [&](const auto& declared, const auto* field) {
+    if (walk.LimitReached()) {
+      StopAtLimit(definitionFields->size() - visited, adapter, walk);
+      return false;
+    }
+    ++visited;
+    if (field != nullptr) {
       const FieldPlace place{&fields, field->first, structName};
-      Dispatch<Match, Mode>(declared->second.get(), DstType{&field->second, &place}, adapter, errors);
-      ++field;
-      continue;
+      Dispatch<Match, Mode>(declared.second.get(), DstType{&field->second, &place}, adapter, walk);
+      return true;
     }
     // Absent. OPTIONAL definitions (union cases included) may be left out.
-    if (declared->second && declared->second->type() == DataType::OPTIONAL) continue;
-    errors.push_back(Message<CoreTag>("olma.data.compound.field.missing", name, definition.ToString(),
-                                      RenderValue(&value, &definition)));
-    adapter.Clear();
-    return;
-  }
+    if (declared.second && declared.second->type() == DataType::OPTIONAL) return true;
+    Fail(adapter, walk, "olma.data.compound.field.missing", declared.first, walk.Rendered(definition),
+         RenderValue(&value, &definition));
+    return false;
+  });
 }
 
 // Refuses a value with more fields than its definition, naming the first field (in name
@@ -188,16 +275,15 @@ void ValidateCompoundLoose(const Definition& definition, const CompoundValue& va
 // already reported the fields it lacks.
 template <class Definition>
 void ValidateCompoundStrict(const Definition& definition, const CompoundValue& value, Adapter& adapter,
-                            MessageList& errors) {
+                            Walk& walk) {
   const ValueFieldMap& fields = value.fields();
   const auto& definitionFields = definition.fields();
   const std::size_t declaredCount = definitionFields ? definitionFields->size() : 0;
   if (fields.size() <= declaredCount) return;
   for (const auto& field : fields) {
     if (definitionFields && definitionFields->count(field.first) != 0) continue;
-    errors.push_back(Message<CoreTag>("olma.data.compound.field.extra", field.first, definition.ToString(),
-                                      RenderValue(&value, &definition)));
-    adapter.Clear();
+    Fail(adapter, walk, "olma.data.compound.field.extra", field.first, walk.Rendered(definition),
+         RenderValue(&value, &definition));
     return;
   }
 }
@@ -205,19 +291,30 @@ void ValidateCompoundStrict(const Definition& definition, const CompoundValue& v
 // The deferred step of a composite: walks one level of `Value` under `Definition`. Only
 // ever queued after the kinds have been checked, so both narrowings are sound.
 template <class Match, class Mode, class Definition, class Value>
-void CompositeMethod(const Source& source, const DstType& dst, Adapter& adapter, MessageList& errors) {
+void CompositeMethod(const Source& source, const DstType& dst, Adapter& adapter, Walk& walk) {
+  if (walk.LimitReached()) {
+    StopAtLimit(1, adapter, walk);
+    return;
+  }
   const auto& definition = static_cast<const Definition&>(*source);
   const auto& value = static_cast<const Value&>(**dst.value);
   if constexpr (std::is_same_v<Value, OptionalValue>) {
     if (value.isSet())
-      Dispatch<Match, Mode>(definition.element().get(), DstType{&value.value(), nullptr}, adapter, errors);
+      Dispatch<Match, Mode>(definition.element().get(), DstType{&value.value(), nullptr}, adapter, walk);
   } else if constexpr (std::is_same_v<Value, ListValue>) {
     const DataDefinition* element = definition.element().get();
-    for (const auto& item : value) Dispatch<Match, Mode>(element, DstType{&item, nullptr}, adapter, errors);
+    for (auto item = value.begin(); item != value.end(); ++item) {
+      if (walk.LimitReached()) {
+        StopAtLimit(static_cast<std::size_t>(std::distance(item, value.end())), adapter, walk);
+        return;
+      }
+      Dispatch<Match, Mode>(element, DstType{&*item, nullptr}, adapter, walk);
+    }
   } else {
-    ValidateCompoundLoose<Match, Mode>(definition, value, StructNameOf(definition), adapter, errors);
-    if constexpr (std::is_same_v<Match, StrictMatch>)
-      ValidateCompoundStrict(definition, value, adapter, errors);
+    ValidateCompoundLoose<Match, Mode>(definition, value, StructNameOf(definition), adapter, walk);
+    if constexpr (std::is_same_v<Match, StrictMatch>) {
+      if (!walk.stopped) ValidateCompoundStrict(definition, value, adapter, walk);
+    }
   }
 }
 
@@ -267,9 +364,9 @@ bool IsPlainScalar(const DataDefinition& definition) noexcept {
 
 template <class Mode>
 void CheckPlainScalar(const DataDefinition& definition, const DataValue::PtrConstType& value,
-                      Adapter& adapter, MessageList& errors) {
+                      Adapter& adapter, Walk& walk) {
   if (definition.type() != DataType::OPAQUE)
-    Mode::CompareTypes(definition.type(), definition, value, adapter, errors);
+    CompareTypes<Mode>(definition.type(), definition, value, adapter, walk);
 }
 
 // Applies one definition to one value: checks what can be checked at once and queues the
@@ -286,21 +383,21 @@ void CheckPlainScalar(const DataDefinition& definition, const DataValue::PtrCons
 template <class Match, class Mode>
 class DefinitionToEntriesVisitor final : public DefinitionVisitor {
  public:
-  DefinitionToEntriesVisitor(const DstType& dst, Adapter& adapter, MessageList& errors) noexcept
-      : dst_(dst), adapter_(adapter), errors_(errors) {}
+  DefinitionToEntriesVisitor(const DstType& dst, Adapter& adapter, Walk& walk) noexcept
+      : dst_(dst), adapter_(adapter), walk_(walk) {}
 
   void Run(const DataDefinition& definition) {
     Apply(definition);
     while (handedOn_) {
       handedOn_ = false;
       if (!next_) {
-        ReportUnsetDefinition(value(), adapter_, errors_);
+        ReportUnsetDefinition(value(), adapter_, walk_);
         break;
       }
       Apply(*next_);
     }
-    if (pendingUnion_ && errors_.size() == unionBaseline_) {
-      CheckUnionCase(*pendingUnion_, *unionDst_.value, *unionDst_.place, true, adapter_, errors_);
+    if (pendingUnion_ && walk_.errors.size() == unionBaseline_) {
+      CheckUnionCase(*pendingUnion_, *unionDst_.value, *unionDst_.place, true, adapter_, walk_);
     }
   }
 
@@ -349,7 +446,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
  private:
   void Apply(const DataDefinition& definition) {
     if (IsPlainScalar(definition)) {
-      CheckPlainScalar<Mode>(definition, value(), adapter_, errors_);
+      CheckPlainScalar<Mode>(definition, value(), adapter_, walk_);
       return;
     }
     switch (definition.type()) {
@@ -384,36 +481,37 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
   }
 
   void CheckKind(const DataDefinition& definition) {
-    Mode::CompareTypes(definition.type(), definition, value(), adapter_, errors_);
+    CompareTypes<Mode>(definition.type(), definition, value(), adapter_, walk_);
   }
 
   void Handle(const IsOneOfDefinition& definition) {
     std::string scratch;
-    const std::string* text = ValueAsString(value(), scratch, errors_);
+    const std::string* text = ValueAsString(value(), scratch, walk_);
     if (!text) return;  // the conversion has said why
     if (!definition.Check(*text)) {
-      errors_.push_back(Message<CoreTag>("olma.data.value.unknown", *text));
-      adapter_.Clear();
+      Fail(adapter_, walk_, "olma.data.value.unknown", *text);
     }
   }
 
   void Handle(const StructRefDefinition& definition) {
-    const auto target = definition.target();
+    auto target = definition.target();
     if (!target) {
       // The owner let the structure go: nothing is left to check against.
-      ValidatorErrorReport::Mismatch(adapter_, errors_, definition, value());
+      Mismatch(definition, value(), adapter_, walk_);
       return;
     }
-    Handle(*target);
+    const StructDefinition& structure = *target;
+    walk_.Hold(std::move(target));
+    Handle(structure);
   }
 
   void Handle(const StructDefinition& definition) {
-    if (!Mode::CompareTypes(DataType::STRUCTURE, definition, value(), adapter_, errors_)) return;
+    if (!CompareTypes<Mode>(DataType::STRUCTURE, definition, value(), adapter_, walk_)) return;
     Push(definition, &CompositeMethod<Match, Mode, StructDefinition, StructValue>);
   }
 
   void Handle(const OptionalDefinition& definition) {
-    if (!Mode::CompareTypes(DataType::OPTIONAL, definition, value(), adapter_, errors_)) return;
+    if (!CompareTypes<Mode>(DataType::OPTIONAL, definition, value(), adapter_, walk_)) return;
     if constexpr (kPermissive<Mode>) {
       if (value()->type() != DataType::OPTIONAL) {
         HandOn(definition.element().get());
@@ -429,11 +527,11 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
       if (kind != DataType::LIST) {
         const DataDefinition* element = definition.element().get();
         if (element && PackedListFits(kind, element->type())) return;
-        ValidatorErrorReport::Mismatch(adapter_, errors_, definition, value());
+        Mismatch(definition, value(), adapter_, walk_);
         return;
       }
     } else {
-      if (!Mode::CompareTypes(DataType::LIST, definition, value(), adapter_, errors_)) return;
+      if (!CompareTypes<Mode>(DataType::LIST, definition, value(), adapter_, walk_)) return;
     }
     Push(definition, &CompositeMethod<Match, Mode, ListDefinition, ListValue>);
   }
@@ -441,21 +539,21 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
   void Handle(const ErrorDefinition& definition) { PushCompound<Match>(definition, DataType::ERROR); }
 
   void Handle(const DynamicStructureDefinition& definition) {
-    if (!Mode::CompareTypes(DataType::STRUCTURE, definition, value(), adapter_, errors_)) return;
+    if (!CompareTypes<Mode>(DataType::STRUCTURE, definition, value(), adapter_, walk_)) return;
     if (!definition.fields() || definition.fields()->empty()) return;
     Push(definition, &CompositeMethod<DynamicMatch, Mode, DynamicStructureDefinition, StructValue>);
   }
 
   void Handle(const DynamicErrorDefinition& definition) {
     if (!definition.fields() || definition.fields()->empty()) {
-      Mode::CompareTypes(DataType::ERROR, definition, value(), adapter_, errors_);
+      CompareTypes<Mode>(DataType::ERROR, definition, value(), adapter_, walk_);
       return;
     }
     PushCompound<DynamicMatch>(definition, DataType::ERROR);
   }
 
   void Handle(const UnionCaseDefinition& definition) {
-    if (!Mode::CompareTypes(DataType::OPTIONAL, definition, value(), adapter_, errors_)) return;
+    if (!CompareTypes<Mode>(DataType::OPTIONAL, definition, value(), adapter_, walk_)) return;
     if constexpr (kPermissive<Mode>) {
       if (value()->type() != DataType::OPTIONAL) {
         // A bare value is the content of a set case field; the rule runs after the content
@@ -463,7 +561,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
         if (dst_.place) {
           pendingUnion_ = &definition;
           unionDst_ = dst_;
-          unionBaseline_ = errors_.size();
+          unionBaseline_ = walk_.errors.size();
         }
         HandOn(definition.element().get());
         return;
@@ -472,7 +570,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
     Push(definition, &CompositeMethod<Match, Mode, UnionCaseDefinition, OptionalValue>);
     if (dst_.place) {
       CheckUnionCase(definition, value(), *dst_.place, static_cast<const OptionalValue&>(*value()).isSet(),
-                     adapter_, errors_);
+                     adapter_, walk_);
     }
   }
 
@@ -488,7 +586,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
   // matched against the error's fields.
   template <class FieldMatch, class Definition>
   void PushCompound(const Definition& definition, DataType expected) {
-    if (!Mode::CompareTypes(expected, definition, value(), adapter_, errors_)) return;
+    if (!CompareTypes<Mode>(expected, definition, value(), adapter_, walk_)) return;
     if (value()->type() == DataType::STRUCTURE) {
       Push(definition, &CompositeMethod<FieldMatch, Mode, Definition, StructValue>);
     } else {
@@ -506,7 +604,7 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
 
   DstType dst_;
   Adapter& adapter_;
-  MessageList& errors_;
+  Walk& walk_;
   const DataDefinition* next_ = nullptr;
   bool handedOn_ = false;
   const UnionCaseDefinition* pendingUnion_ = nullptr;
@@ -515,18 +613,18 @@ class DefinitionToEntriesVisitor final : public DefinitionVisitor {
 };
 
 template <class Match, class Mode>
-void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, MessageList& errors) {
+void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, Walk& walk) {
   if (!definition) {
-    ReportUnsetDefinition(*dst.value, adapter, errors);
+    ReportUnsetDefinition(*dst.value, adapter, walk);
     return;
   }
   // The commonest definitions, scalars, need nothing but the kind comparison: no visitor
   // is built for them.
   if (IsPlainScalar(*definition)) {
-    CheckPlainScalar<Mode>(*definition, *dst.value, adapter, errors);
+    CheckPlainScalar<Mode>(*definition, *dst.value, adapter, walk);
     return;
   }
-  DefinitionToEntriesVisitor<Match, Mode> visitor(dst, adapter, errors);
+  DefinitionToEntriesVisitor<Match, Mode> visitor(dst, adapter, walk);
   visitor.Run(*definition);
 }
 
@@ -536,21 +634,33 @@ void Dispatch(const Source& definition, const DstType& dst, Adapter& adapter, Me
 template <class Match, class Mode>
 bool DataValidator::Validate(const DataDefinition::PtrConstType& definition,
                              const DataValue::PtrConstType& value, MessageList& errors) {
+  return Validate<Match, Mode>(definition, value, errors, 0);
+}
+
+template <class Match, class Mode>
+bool DataValidator::Validate(const DataDefinition::PtrConstType& definition,
+                             const DataValue::PtrConstType& value, MessageList& errors,
+                             std::size_t maxFailures) {
   if (!definition || !value) return !definition && !value;
   const std::size_t before = errors.size();
+  DataValidatorHelper::Walk walk(errors, maxFailures);
   DataValidatorHelper::Adapter adapter(&DataValidatorHelper::Dispatch<Match, Mode>);
-  adapter.Adapt(definition.get(), DataValidatorHelper::DstType{&value, nullptr}, errors);
+  adapter.Adapt(definition.get(), DataValidatorHelper::DstType{&value, nullptr}, walk);
   return errors.size() == before;
 }
 
-template OLMA_API bool DataValidator::Validate<LooseMatch, ValidatorModeStrict>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
-template OLMA_API bool DataValidator::Validate<StrictMatch, ValidatorModeStrict>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
-template OLMA_API bool DataValidator::Validate<LooseMatch, ValidatorModePermissive>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
-template OLMA_API bool DataValidator::Validate<StrictMatch, ValidatorModePermissive>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
+#define OLMA_INSTANTIATE_VALIDATE(Match, Mode)                                                               \
+  template OLMA_API bool DataValidator::Validate<Match, Mode>(const DataDefinition::PtrConstType&,           \
+                                                              const DataValue::PtrConstType&, MessageList&); \
+  template OLMA_API bool DataValidator::Validate<Match, Mode>(                                               \
+      const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&, std::size_t)
+
+OLMA_INSTANTIATE_VALIDATE(LooseMatch, ValidatorModeStrict);
+OLMA_INSTANTIATE_VALIDATE(StrictMatch, ValidatorModeStrict);
+OLMA_INSTANTIATE_VALIDATE(LooseMatch, ValidatorModePermissive);
+OLMA_INSTANTIATE_VALIDATE(StrictMatch, ValidatorModePermissive);
+
+#undef OLMA_INSTANTIATE_VALIDATE
 
 }  // namespace Data
 }  // namespace Olma

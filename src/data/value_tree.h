@@ -1,11 +1,10 @@
-// Walks over whole value trees that the value classes share: release and rendering.
+// Walks over whole value trees that the value classes share: rendering.
 //
-// Both run on an explicit work list, so that a tree nested a million levels deep costs
+// It runs on an explicit work list, so that a tree nested a million levels deep costs
 // heap memory proportional to its depth, never call-stack frames.
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "olma/core/byte_vector.h"
 #include "olma/data/definition.h"
@@ -14,10 +13,6 @@
 namespace Olma {
 namespace Data {
 namespace Detail {
-
-// Drops the values of `pending`; a value whose last owner is the list gives up its
-// children to the list first, so every destructor runs at depth one.
-void ReleaseValues(std::vector<DataValue::PtrConstType>& pending);
 
 // Appends the rendering of `value` (an empty pointer: "<unset>") and of its whole sub-tree
 // to `out`; with a `definition`, everything it declares SECRET shows as "<secret>" (see

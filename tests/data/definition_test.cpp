@@ -214,6 +214,39 @@ TEST(StructRefDefinition, RecursiveStructureRendersFinitelyAndReferencesDoNotOwn
   EXPECT_FALSE(StructRefDefinition::GetInstance(StructDefinition::GetInstance())->name().has_value());
 }
 
+// Only references may close a cycle: a setter asked to make a definition own itself, at
+// any depth, refuses and leaves it as it was, and the tree still renders and is freed.
+TEST(DataDefinition, SettersRefuseCyclesOfOwnership) {
+  std::weak_ptr<const DataDefinition> watch;
+  {
+    auto optional = OptionalDefinition::GetInstance(IntegerDefinition::GetInstance());
+    EXPECT_FALSE(optional->SetElement(optional));
+    EXPECT_EQ(optional->ToString(), "OPTIONAL<INTEGER>");
+
+    auto node = StructDefinition::GetInstance("node", {{"value", IntegerDefinition::GetInstance()}});
+    const auto list = ListDefinition::GetInstance(node);
+    const auto outer =
+        DynamicStructureDefinition::GetInstance({{"items", OptionalDefinition::GetInstance(list)}});
+    EXPECT_FALSE(node->SetField("value", outer));
+    EXPECT_FALSE(node->SetField("self", node));
+    auto unionCase = UnionCaseDefinition::GetInstance(IntegerDefinition::GetInstance(), "tag", nullptr);
+    auto holder = ErrorDefinition::GetInstance("e", {{"case", unionCase}});
+    EXPECT_FALSE(unionCase->SetElement(holder));
+    EXPECT_EQ(node->ToString(), "{sd{ node : { value : INTEGER, } }} ");
+    EXPECT_EQ(unionCase->element()->type(), DataType::INTEGER);
+
+    // References, shared sub-trees and replacements are fine.
+    EXPECT_TRUE(
+        node->SetField("next", OptionalDefinition::GetInstance(StructRefDefinition::GetInstance(node))));
+    const Def shared = OptionalDefinition::GetInstance(IntegerDefinition::GetInstance());
+    EXPECT_TRUE(node->SetField("a", shared));
+    EXPECT_TRUE(node->SetField("b", shared));
+    EXPECT_TRUE(optional->SetElement(shared));
+    watch = node;
+  }
+  EXPECT_TRUE(watch.expired());
+}
+
 // A chain of nested definitions around an integer, far deeper than a call stack could follow.
 struct DeepCase {
   const char* label;

@@ -1,6 +1,9 @@
 #include "olma/data/validator.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -338,6 +341,98 @@ TEST(Validator, MillionLevelsDeep) {
   EXPECT_FALSE((DataValidator::Validate<StrictMatch, ValidatorModeStrict>(node, chain, errors)));
   EXPECT_THAT(errors,
               ElementsAre(Mismatch("INTEGER", "x"), Mismatch("INTEGER", "y"), Mismatch("INTEGER", "z")));
+}
+
+// An INTEGER definition that counts its renderings.
+class CountedInteger final : public DataDefinition, public std::enable_shared_from_this<CountedInteger> {
+ public:
+  explicit CountedInteger(PrivConstructor) : DataDefinition(DataType::INTEGER) {}
+  static std::shared_ptr<CountedInteger> Make() {
+    return std::make_shared<CountedInteger>(PrivConstructor{});
+  }
+
+  void AcceptVisitor(DefinitionVisitor&) const override { ADD_FAILURE() << "the kind test needs no visit"; }
+  std::string ToString() const override {
+    ++renderings;
+    return "INTEGER";
+  }
+  PtrType GetPtr() override { return shared_from_this(); }
+  PtrConstType GetConstPtr() const override { return shared_from_this(); }
+
+  mutable int renderings = 0;
+};
+
+// A list of `count` values made by `make(i)`.
+template <class Make>
+Val ListOfMany(int count, Make make) {
+  auto list = ListValue::GetInstance();
+  for (int i = 0; i < count; ++i) list->push_back(make(i));
+  return list;
+}
+
+// A structure "wide" of `count` INTEGER fields "f000"...
+Def WideStructD(int count) {
+  DataDefinition::FieldMap fields;
+  for (int i = 0; i < count; ++i) {
+    std::string name = std::to_string(1000 + i);
+    name[0] = 'f';
+    fields.emplace(std::move(name), IntD());
+  }
+  return StructD("wide", std::move(fields));
+}
+
+MessageMatcher Truncated(const std::string& failures, const std::string& unchecked) {
+  return Msg(
+      "olma.data.validation.truncated",
+      "Validation stopped after " + failures + " failures; " + unchecked + " more values were not checked",
+      {failures, unchecked});
+}
+
+TYPED_TEST(ValidatorTest, ManyFailuresAgainstOneDefinitionRenderItOnce) {
+  const auto counted = CountedInteger::Make();
+  MessageList errors;
+  EXPECT_FALSE(this->Validate(ListD(counted), ListOfMany(300, [](int) { return Str("s"); }), errors));
+  EXPECT_EQ(errors.size(), 300u);
+  EXPECT_EQ(counted->renderings, 1);
+  EXPECT_THAT(errors, ::testing::Each(Mismatch("INTEGER", "s")));
+
+  // The wide case: every element of the list fails against the whole structure, and every
+  // message still carries its exact text.
+  const Def wide = WideStructD(100);
+  errors.clear();
+  EXPECT_FALSE(this->Validate(ListD(wide), ListOfMany(2000, Int), errors));
+  ASSERT_EQ(errors.size(), 2000u);
+  EXPECT_THAT(errors.front(), Mismatch(wide->ToString(), "0"));
+  EXPECT_THAT(errors.back(), Mismatch(wide->ToString(), "1999"));
+}
+
+TYPED_TEST(ValidatorTest, FailureLimitStopsWithOneClosingMessage) {
+  const auto validate = [](const Def& definition, const Val& value, std::size_t limit) {
+    MessageList errors;
+    EXPECT_FALSE((DataValidator::Validate<typename TypeParam::first_type, typename TypeParam::second_type>(
+        definition, value, errors, limit)));
+    return errors;
+  };
+  const Def wide = WideStructD(100);
+  const Val ints = ListOfMany(2000, Int);
+  MessageList errors = validate(ListD(wide), ints, 10);
+  ASSERT_EQ(errors.size(), 11u);
+  EXPECT_THAT(*std::next(errors.begin(), 9), Mismatch(wide->ToString(), "9"));
+  EXPECT_THAT(errors.back(), Truncated("10", "1990"));
+
+  // Fields are checked from the greatest name down; the three not reached are counted.
+  const Def five =
+      StructD("five", {{"a", IntD()}, {"b", IntD()}, {"c", IntD()}, {"d", IntD()}, {"e", IntD()}});
+  const Val strings =
+      Of("five", {{"a", Str("a")}, {"b", Str("b")}, {"c", Str("c")}, {"d", Str("d")}, {"e", Str("e")}});
+  EXPECT_THAT(validate(five, strings, 2),
+              ElementsAre(Mismatch("INTEGER", "e"), Mismatch("INTEGER", "d"), Truncated("2", "3")));
+
+  // Nothing left unchecked, no closing message; 0 is no limit at all.
+  const Val three = ListOfMany(3, [](int) { return Str("s"); });
+  EXPECT_EQ(validate(ListD(IntD()), three, 3).size(), 3u);
+  EXPECT_EQ(validate(ListD(IntD()), three, 5).size(), 3u);
+  EXPECT_EQ(validate(ListD(wide), ints, 0).size(), 2000u);
 }
 
 }  // namespace

@@ -20,6 +20,13 @@
 // shared; they are not synchronised, and a definition must not be changed once other code
 // may read it.
 //
+// Only a StructRefDefinition may close a cycle: it points at its structure weakly, and
+// rendering, validation and release never follow it blindly. A cycle of ownership (an
+// optional whose element is the optional itself, a structure holding itself in a field)
+// would make those walks endless and the tree immortal, so SetElement and SetField refuse
+// it: they return false and leave the definition as it was. The check walks the new child
+// only when the definition being changed is already held by some other owner.
+//
 // The owner of a tree must keep the targets of its references alive: a reference does
 // not, and target() is empty once the structure is gone.
 #pragma once
@@ -100,8 +107,9 @@ template <class Self, DataType::EnumType Kind>
 class OLMA_API ElementDefinition : public DefinitionBase<Self> {
  public:
   const DataDefinition::PtrConstType& element() const noexcept { return element_; }
-  // Builder access (see the top of this file).
-  void SetElement(DataDefinition::PtrConstType element) noexcept { element_ = std::move(element); }
+  // Builder access (see the top of this file). Returns false and changes nothing when
+  // `element` is this definition or owns it somewhere below (see the top of this file).
+  bool SetElement(DataDefinition::PtrConstType element);
 
  protected:
   explicit ElementDefinition(DataDefinition::PtrConstType element);
@@ -149,8 +157,9 @@ class OLMA_API FieldsDefinition : public DefinitionBase<Self> {
   const std::optional<FieldMap>& fields() const noexcept { return fields_; }
 
   // Builder access (see the top of this file). Inserts or replaces, setting the map if it
-  // was unset.
-  void SetField(const std::string& name, DataDefinition::PtrConstType definition);
+  // was unset. Returns false and changes nothing when `definition` is this definition or
+  // owns it somewhere below (see the top of this file).
+  bool SetField(const std::string& name, DataDefinition::PtrConstType definition);
 
  protected:
   explicit FieldsDefinition(std::optional<FieldMap> fields);

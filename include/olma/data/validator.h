@@ -36,17 +36,24 @@
 //   "olma.data.union.invalid.case.state.notag", ".isset", ".isnotset": a union-case field
 //                                       whose presence contradicts its tag field
 // plus "olma.data.bad.cast2" from the string conversion when an enumeration or a union tag
-// is not a string. Texts are rendered only when a message is raised.
+// is not a string, and "olma.data.validation.truncated" when a failure limit ended the
+// walk (see the overload of Validate that takes one). Texts are rendered only when a
+// message is raised.
 //
 // The first error ends the walk: queued checks are abandoned, but the siblings of the
 // failing node (the other fields of its structure, the other elements of its list) are
 // still checked, so several messages may come from one call.
 //
+// Cost: each message copies the renderings of the nodes it names. A definition is
+// rendered once per call however many messages name it, but the values named are
+// rendered per message; the overload with a failure limit bounds both.
+//
 // Preconditions: both trees stay alive and unchanged for the duration of the call (they
-// are immutable once shared, so this only means holding them); so must the structures
-// that StructRefDefinitions point at, which their owner keeps. A reference whose target is
-// gone is reported as a type mismatch between "StructRefDefinition" and the value, never a
-// crash. An empty value pointer inside a tree (a list element, a field or an optional's
+// are immutable once shared, so this only means holding them). A structure reached
+// through a StructRefDefinition is held by the call from the moment it is locked until
+// the call returns, so its owner may let it go at any time; a reference whose target is
+// already gone is reported as a type mismatch between "StructRefDefinition" and the
+// value, never a crash. An empty value pointer inside a tree (a list element, a field or an optional's
 // content) matches only an OPAQUE definition: it is a type mismatch rendered as "<unset>",
 // or for an enumeration the string conversion's "olma.data.bad.cast2" from "<unset>".
 //
@@ -55,6 +62,7 @@
 // depth costs heap memory for the work stack, never call-stack depth.
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -230,16 +238,36 @@ class OLMA_API DataValidator {
   template <class Match, class Mode>
   static bool Validate(const DataDefinition::PtrConstType& definition, const DataValue::PtrConstType& value,
                        MessageList& errors);
+
+  // As above, but stops once `maxFailures` messages have been appended by this call (0:
+  // no limit, the same as the form above), for callers that must bound what hostile input
+  // costs them: a list of a hundred thousand wrong elements otherwise yields a hundred
+  // thousand messages. The walk stops at the next list element, structure field or
+  // queued check after the limit is reached (each of those adds at most one message, so
+  // exactly `maxFailures` failures are reported), and if anything was left unchecked one
+  // closing message follows:
+  //   "olma.data.validation.truncated"  "Validation stopped after {1} failures; {2} more
+  //                                      values were not checked"
+  // with {1} the failures reported and {2} the list elements, fields and queued composite
+  // values skipped (their contents are not counted). Returns false whenever a message
+  // was appended.
+  template <class Match, class Mode>
+  static bool Validate(const DataDefinition::PtrConstType& definition, const DataValue::PtrConstType& value,
+                       MessageList& errors, std::size_t maxFailures);
 };
 
-extern template OLMA_API bool DataValidator::Validate<LooseMatch, ValidatorModeStrict>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
-extern template OLMA_API bool DataValidator::Validate<StrictMatch, ValidatorModeStrict>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
-extern template OLMA_API bool DataValidator::Validate<LooseMatch, ValidatorModePermissive>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
-extern template OLMA_API bool DataValidator::Validate<StrictMatch, ValidatorModePermissive>(
-    const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&);
+#define OLMA_DETAIL_EXTERN_VALIDATE(Match, Mode)                                          \
+  extern template OLMA_API bool DataValidator::Validate<Match, Mode>(                     \
+      const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&); \
+  extern template OLMA_API bool DataValidator::Validate<Match, Mode>(                     \
+      const DataDefinition::PtrConstType&, const DataValue::PtrConstType&, MessageList&, std::size_t)
+
+OLMA_DETAIL_EXTERN_VALIDATE(LooseMatch, ValidatorModeStrict);
+OLMA_DETAIL_EXTERN_VALIDATE(StrictMatch, ValidatorModeStrict);
+OLMA_DETAIL_EXTERN_VALIDATE(LooseMatch, ValidatorModePermissive);
+OLMA_DETAIL_EXTERN_VALIDATE(StrictMatch, ValidatorModePermissive);
+
+#undef OLMA_DETAIL_EXTERN_VALIDATE
 
 }  // namespace Data
 }  // namespace Olma
