@@ -5,7 +5,8 @@
 set -euo pipefail
 
 packages=(g++ cmake ninja-build pkg-config gzip coreutils
-          libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev "$@")
+          libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev
+          clang libclang-rt-14-dev "$@")
 
 missing=()
 for package in "${packages[@]}"; do

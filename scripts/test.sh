@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Sets up, builds and runs the whole test suite: every test under AddressSanitizer and
 # UndefinedBehaviorSanitizer (the packaging test included), then the concurrency tests
-# under ThreadSanitizer.
+# under ThreadSanitizer, then every libFuzzer target for a few seconds on its seed corpus
+# (scripts/fuzz.sh runs them longer).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,3 +16,7 @@ ctest --preset asan -j "$jobs"
 cmake --preset tsan
 cmake --build --preset tsan -j "$jobs"
 ctest --preset tsan -j "$jobs"
+
+cmake --preset fuzz
+cmake --build --preset fuzz -j "$jobs"
+ctest --preset fuzz

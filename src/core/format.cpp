@@ -1,6 +1,6 @@
 #include "olma/core/format.h"
 
-#include <cctype>
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -11,15 +11,39 @@
 #include <ostream>
 #include <type_traits>
 
+#include "core/template_scanner.h"
 #include "olma/core/finally.h"
 
 namespace Olma {
 namespace Detail {
 
+namespace {
+
+bool IsDigit(char c) {
+  return c >= '0' && c <= '9';
+}
+
+// The argument number of a field: plain digits (the usual case) are read here; anything
+// else goes through format_atoi, whose leniency (blanks, signs) is part of the contract.
+std::uint64_t FieldNumber(std::string_view text) {
+  if (text.empty()) return 0;
+  if (text.size() <= 19) {
+    std::uint64_t number = 0;
+    for (const char c : text) {
+      if (!IsDigit(c)) return format_atoi(text);
+      number = number * 10 + static_cast<std::uint64_t>(c - '0');
+    }
+    return number;
+  }
+  return format_atoi(text);
+}
+
+}  // namespace
+
 parsed_field parse_field(std::string_view text) {
   const std::size_t colon = text.find(':');
-  if (colon == std::string_view::npos) return {format_atoi(text), {}};
-  return {format_atoi(text.substr(0, colon)), text.substr(colon + 1)};
+  if (colon == std::string_view::npos) return {FieldNumber(text), {}};
+  return {FieldNumber(text.substr(0, colon)), text.substr(colon + 1)};
 }
 
 std::uint64_t format_atoi(std::string_view text, std::size_t* consumed) {
@@ -39,40 +63,20 @@ std::string_view format_substr(std::string_view view, std::size_t pos, std::size
 void FormatTo(FormatOutput& out, std::string_view tmpl, const format_arg* args, std::size_t count,
               std::error_code& ec) {
   std::size_t automatic = 0;
-  while (!tmpl.empty()) {
-    const char c = tmpl.front();
-    if (c != '{' && c != '}') {
-      const std::size_t next = tmpl.find_first_of("{}");
-      const std::size_t literal = next == std::string_view::npos ? tmpl.size() : next;
-      out.append(tmpl.data(), literal);
-      tmpl.remove_prefix(literal);
-      continue;
-    }
-    if (tmpl.size() > 1 && tmpl[1] == c) {
-      out.push_back(c);
-      tmpl.remove_prefix(2);
-      continue;
-    }
-    // A field; without a closing brace (or when c itself is the "}") it runs to the end.
-    std::size_t close = tmpl.find('}');
-    std::string_view field;
-    if (close == std::string_view::npos || close == 0) {
-      field = tmpl.substr(1);
-      close = tmpl.size();
-    } else {
-      field = tmpl.substr(1, close - 1);
-    }
-    tmpl.remove_prefix(std::min(close + 1, tmpl.size()));
-
+  ScanTemplate(tmpl, out, LoneCloseBrace::SwallowsRest, [&](std::string_view field) {
     const parsed_field parsed = parse_field(field);
     const std::uint64_t index = parsed.number != 0 ? parsed.number - 1 : automatic;
     if (index >= count) {
-      ec.assign(static_cast<int>(FormatError::MoreSpecifiersThanExpected), GetFormatCategory());
-      return;
+      ec = FormatError::MoreSpecifiersThanExpected;
+      return false;
     }
-    args[index].format(out, parsed.spec, args[index].value);
+    if (!args[index].format(out, parsed.spec, args[index].value)) {
+      ec = FormatError::InvalidSpecification;
+      return false;
+    }
     ++automatic;
-  }
+    return true;
+  });
 }
 
 void FormatTo(std::ostream& out, std::string_view tmpl, const format_arg* args, std::size_t count,
@@ -91,104 +95,191 @@ std::string Format(std::string_view tmpl, const format_arg* args, std::size_t co
 
 namespace {
 
-// Builds the printf conversion "%" + spec + default letter (unless spec ends in a letter)
-// in a 16-byte buffer and prints `value` with it.
-// A specification that brings its own integer conversion ("x" for a long long) gets the
-// type's length modifier, so printf never reads a wider argument than it was given.
+// What a conversion specification may ask of an argument, by the argument's type.
+enum class ArgumentClass { Integer, Character, Floating, Text };
+
+// A well-formed specification taken apart. Only these parts reach printf, recomposed with
+// the argument's own length modifier, so no text of the template is ever read by printf
+// as a conversion of its own.
+struct Conversion {
+  char flags[5] = {};
+  std::size_t flagCount = 0;
+  int width = -1;
+  int precision = -1;
+  char letter = 0;  // 0: the type's default conversion
+};
+
+bool HasFlag(const Conversion& conversion, char flag) {
+  return std::string_view(conversion.flags, conversion.flagCount).find(flag) != std::string_view::npos;
+}
+
+// Reads the digits at the front of `spec` into `value`; false when it exceeds the bound.
+bool ReadBounded(std::string_view& spec, int& value) {
+  value = 0;
+  while (!spec.empty() && IsDigit(spec.front())) {
+    value = value * 10 + (spec.front() - '0');
+    if (value > kMaxFormatWidth) return false;
+    spec.remove_prefix(1);
+  }
+  return true;
+}
+
+bool LetterFits(ArgumentClass kind, const Conversion& conversion) {
+  const char letter = conversion.letter;
+  const auto only_minus_flag = [&] {
+    return conversion.flagCount == 0 || (conversion.flagCount == 1 && conversion.flags[0] == '-');
+  };
+  const auto is_integer_letter = [&] {
+    return std::string_view("diouxX").find(letter) != std::string_view::npos;
+  };
+  switch (kind) {
+    case ArgumentClass::Integer:
+      if (letter != 0 && !is_integer_letter()) return false;
+      // The alternative form exists only for octal and hexadecimal.
+      return !HasFlag(conversion, '#') || (letter == 'o' || letter == 'x' || letter == 'X');
+    case ArgumentClass::Character:
+      if (letter == 0 || letter == 'c') return only_minus_flag() && conversion.precision < 0;
+      return is_integer_letter() &&
+             (!HasFlag(conversion, '#') || letter == 'o' || letter == 'x' || letter == 'X');
+    case ArgumentClass::Floating:
+      return letter == 0 || std::string_view("fFeEgGaA").find(letter) != std::string_view::npos;
+    case ArgumentClass::Text:
+      return (letter == 0 || letter == 's') && only_minus_flag();
+  }
+  return false;
+}
+
+// flags* width? ("." precision?)? length-modifier? letter?  A length modifier is accepted
+// for numbers and ignored; the argument's own is used.
+bool ParseConversion(std::string_view spec, ArgumentClass kind, Conversion& conversion) {
+  if (spec.size() > kMaxFormatSpecification) return false;
+  while (!spec.empty() && std::string_view("-+ #0").find(spec.front()) != std::string_view::npos) {
+    if (!HasFlag(conversion, spec.front())) conversion.flags[conversion.flagCount++] = spec.front();
+    spec.remove_prefix(1);
+  }
+  if (!spec.empty() && IsDigit(spec.front()) && !ReadBounded(spec, conversion.width)) return false;
+  if (!spec.empty() && spec.front() == '.') {
+    spec.remove_prefix(1);
+    if (!ReadBounded(spec, conversion.precision)) return false;
+  }
+  if (!spec.empty() && (kind == ArgumentClass::Integer || kind == ArgumentClass::Floating)) {
+    const char modifier = spec.front();
+    if (modifier == 'h' || modifier == 'l') {
+      spec.remove_prefix(spec.size() > 1 && spec[1] == modifier ? 2 : 1);
+    } else if (std::string_view("Lqjzt").find(modifier) != std::string_view::npos) {
+      spec.remove_prefix(1);
+    }
+  }
+  if (spec.size() > 1) return false;
+  conversion.letter = spec.empty() ? 0 : spec.front();
+  return LetterFits(kind, conversion);
+}
+
+// The printf length modifier of an argument of type T.
 template <typename T>
-std::string_view LengthModifier() {
-  if constexpr (std::is_integral_v<T> && sizeof(T) == sizeof(long long) && !std::is_same_v<T, long> &&
-                !std::is_same_v<T, unsigned long>) {
-    return "ll";
-  } else if constexpr (std::is_same_v<T, long> || std::is_same_v<T, unsigned long>) {
+const char* LengthModifier() {
+  if constexpr (std::is_same_v<T, long> || std::is_same_v<T, unsigned long>) {
     return "l";
+  } else if constexpr (std::is_same_v<T, long long> || std::is_same_v<T, unsigned long long>) {
+    return "ll";
   } else {
-    return {};
+    return "";
   }
 }
 
+// Checks `spec` against the argument class and prints `value` with the recomposed
+// conversion; false (nothing written) when the specification is refused.
 template <typename T>
-void PrintfConversion(FormatOutput& out, std::string_view spec, const char* default_conversion, T value) {
-  char conversion[16] = {'%'};
-  std::size_t length = 1;
-  const auto put = [&](std::string_view part) {
-    const std::size_t room = sizeof(conversion) - 1 - length;
-    const std::size_t n = std::min(part.size(), room);
-    if (n == 0) return;  // an empty view may hold a null pointer, which memcpy must not see
-    std::memcpy(conversion + length, part.data(), n);
-    length += n;
-  };
-  const char last = spec.empty() ? '\0' : spec.back();
-  if (std::isalpha(static_cast<unsigned char>(last)) == 0) {
-    put(spec);
-    put(default_conversion);
-  } else if (std::string_view("diouxX").find(last) != std::string_view::npos &&
-             spec.find_first_of("hlqjzt") == std::string_view::npos) {
-    put(spec.substr(0, spec.size() - 1));
-    put(LengthModifier<T>());
-    put(spec.substr(spec.size() - 1));
-  } else {
-    put(spec);
+bool PrintfConversion(FormatOutput& out, std::string_view spec, ArgumentClass kind, char default_letter,
+                      T value) {
+  Conversion parsed;
+  if (!ParseConversion(spec, kind, parsed)) return false;
+  // "%" flags(5) width(4) "." precision(4) length(2) letter NUL: 19 characters at most.
+  char conversion[24] = {'%'};
+  char* p = conversion + 1;
+  p = std::copy(parsed.flags, parsed.flags + parsed.flagCount, p);
+  if (parsed.width >= 0) p = std::to_chars(p, conversion + sizeof(conversion), parsed.width).ptr;
+  if (parsed.precision >= 0) {
+    *p++ = '.';
+    p = std::to_chars(p, conversion + sizeof(conversion), parsed.precision).ptr;
   }
-  conversion[length] = '\0';
+  const char letter = parsed.letter != 0 ? parsed.letter : default_letter;
+  if (letter != 'c' && letter != 's') {
+    for (const char* modifier = LengthModifier<T>(); *modifier != '\0'; ++modifier) *p++ = *modifier;
+  }
+  *p++ = letter;
+  *p = '\0';
 
-  char small[128];
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
+  char small[128];
   const int needed = std::snprintf(small, sizeof(small), conversion, value);
-  if (needed <= 0) return;
-  if (static_cast<std::size_t>(needed) < sizeof(small)) {
-    out.append(small, static_cast<std::size_t>(needed));
-    return;
+  if (needed <= 0) return true;
+  const auto size = static_cast<std::size_t>(needed);
+  if (size < sizeof(small)) {
+    out.append(small, size);
+    return true;
   }
-  const std::size_t size = static_cast<std::size_t>(needed) + 1;
-  std::unique_ptr<char[]> large(new char[size]);
-  std::snprintf(large.get(), size, conversion, value);
+  // Width and precision are bounded, so this is a few KiB at most; printed in place.
+  const std::size_t start = out.size();
+  out.resize(start + size + 1);
+  std::snprintf(out.data() + start, size + 1, conversion, value);
+  out.resize(start + size);
 #pragma GCC diagnostic pop
-  out.append(large.get(), static_cast<std::size_t>(needed));
+  return true;
 }
 
 // The default conversions of the integer types print exactly as std::to_chars does, so
 // the common case skips printf altogether.
 template <typename T>
-void FormatInteger(FormatOutput& out, std::string_view spec, const void* value, const char* conversion) {
+bool FormatInteger(FormatOutput& out, std::string_view spec, const void* value, char default_letter) {
   const T number = *static_cast<const T*>(value);
   if (spec.empty()) {
     char digits[24];
     const auto result = std::to_chars(digits, digits + sizeof(digits), number);
     out.append(digits, static_cast<std::size_t>(result.ptr - digits));
-    return;
+    return true;
   }
-  PrintfConversion(out, spec, conversion, number);
+  return PrintfConversion(out, spec, ArgumentClass::Integer, default_letter, number);
 }
 
 }  // namespace
 
-void FormatInt(FormatOutput& out, std::string_view spec, const void* value) {
-  FormatInteger<int>(out, spec, value, "d");
+bool FormatInt(FormatOutput& out, std::string_view spec, const void* value) {
+  return FormatInteger<int>(out, spec, value, 'd');
 }
-void FormatLong(FormatOutput& out, std::string_view spec, const void* value) {
-  FormatInteger<long>(out, spec, value, "ld");
+bool FormatLong(FormatOutput& out, std::string_view spec, const void* value) {
+  return FormatInteger<long>(out, spec, value, 'd');
 }
-void FormatLongLong(FormatOutput& out, std::string_view spec, const void* value) {
-  FormatInteger<long long>(out, spec, value, "lld");
+bool FormatLongLong(FormatOutput& out, std::string_view spec, const void* value) {
+  return FormatInteger<long long>(out, spec, value, 'd');
 }
-void FormatUnsigned(FormatOutput& out, std::string_view spec, const void* value) {
-  FormatInteger<unsigned>(out, spec, value, "u");
+bool FormatUnsigned(FormatOutput& out, std::string_view spec, const void* value) {
+  return FormatInteger<unsigned>(out, spec, value, 'u');
 }
-void FormatUnsignedLong(FormatOutput& out, std::string_view spec, const void* value) {
-  FormatInteger<unsigned long>(out, spec, value, "lu");
+bool FormatUnsignedLong(FormatOutput& out, std::string_view spec, const void* value) {
+  return FormatInteger<unsigned long>(out, spec, value, 'u');
 }
-void FormatUnsignedLongLong(FormatOutput& out, std::string_view spec, const void* value) {
-  FormatInteger<unsigned long long>(out, spec, value, "llu");
+bool FormatUnsignedLongLong(FormatOutput& out, std::string_view spec, const void* value) {
+  return FormatInteger<unsigned long long>(out, spec, value, 'u');
 }
 
-void FormatBool(FormatOutput& out, std::string_view spec, const void* value) {
+bool FormatBool(FormatOutput& out, std::string_view spec, const void* value) {
   const int number = *static_cast<const bool*>(value) ? 1 : 0;
-  FormatInteger<int>(out, spec, &number, "d");
+  return FormatInteger<int>(out, spec, &number, 'd');
 }
 
-void FormatDouble(FormatOutput& out, std::string_view spec, const void* value) {
+bool FormatChar(FormatOutput& out, std::string_view spec, const void* value) {
+  const char character = *static_cast<const char*>(value);
+  if (spec.empty() || spec == "c") {
+    out.push_back(character);
+    return true;
+  }
+  // printf receives the promoted int, as it would from a variadic call.
+  return PrintfConversion(out, spec, ArgumentClass::Character, 'c', static_cast<int>(character));
+}
+
+bool FormatDouble(FormatOutput& out, std::string_view spec, const void* value) {
   const double number = *static_cast<const double*>(value);
   // "%lf" of a finite double is its exactly rounded fixed form with six decimals, which
   // std::to_chars produces without printf's parsing of the conversion.
@@ -196,43 +287,45 @@ void FormatDouble(FormatOutput& out, std::string_view spec, const void* value) {
     char digits[std::numeric_limits<double>::max_exponent10 + 32];
     const auto result = std::to_chars(digits, digits + sizeof(digits), number, std::chars_format::fixed, 6);
     out.append(digits, static_cast<std::size_t>(result.ptr - digits));
-    return;
+    return true;
   }
-  PrintfConversion(out, spec, "lf", number);
+  return PrintfConversion(out, spec, ArgumentClass::Floating, 'f', number);
 }
 
-void FormatCString(FormatOutput& out, std::string_view spec, const void* value) {
+bool FormatCString(FormatOutput& out, std::string_view spec, const void* value) {
   const char* text = static_cast<const char*>(value);
   if (spec.empty() || spec == "s") {
     out.append(text);
-    return;
+    return true;
   }
-  PrintfConversion(out, spec, "s", text);
+  return PrintfConversion(out, spec, ArgumentClass::Text, 's', text);
 }
 
-void FormatStdString(FormatOutput& out, std::string_view spec, const void* value) {
+bool FormatStdString(FormatOutput& out, std::string_view spec, const void* value) {
   const std::string& text = *static_cast<const std::string*>(value);
   if (spec.empty() || spec == "s") {
     out.append(text);
-    return;
+    return true;
   }
-  FormatCString(out, spec, text.c_str());
+  return FormatCString(out, spec, text.c_str());
 }
 
-void FormatStringView(FormatOutput& out, std::string_view, const void* value) {
+bool FormatStringView(FormatOutput& out, std::string_view, const void* value) {
   out.append(*static_cast<const std::string_view*>(value));
+  return true;
 }
 
-void FormatErrorCode(FormatOutput& out, std::string_view, const void* value) {
+bool FormatErrorCode(FormatOutput& out, std::string_view, const void* value) {
   const std::error_code& code = *static_cast<const std::error_code*>(value);
   out.append(code.category().name());
   out.push_back(':');
   const int number = code.value();
-  FormatInt(out, {}, &number);
+  return FormatInt(out, {}, &number);
 }
 
-void FormatBoostErrorCode(FormatOutput& out, std::string_view, const void* value) {
+bool FormatBoostErrorCode(FormatOutput& out, std::string_view, const void* value) {
   out.append(static_cast<const boost::system::error_code*>(value)->to_string());
+  return true;
 }
 
 template <typename T>
@@ -241,11 +334,11 @@ bool CheckConvert(std::string_view text, T& out, std::error_code& ec) {
   const char* const end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, number);
   if (result.ec == std::errc::result_out_of_range) {
-    ec.assign(static_cast<int>(ToolsError::OutOfRange), GetToolsCategory());
+    ec = ToolsError::OutOfRange;
     return false;
   }
   if (result.ec != std::errc() || result.ptr != end) {
-    ec.assign(static_cast<int>(ToolsError::NotANumber), GetToolsCategory());
+    ec = ToolsError::NotANumber;
     return false;
   }
   out = number;
@@ -270,36 +363,21 @@ std::string FormatImplContainer(std::string_view tmpl, const std::string* string
 std::string FormatNamed(std::string_view tmpl, const NamedArgs& names, std::error_code& ec) {
   std::string out;
   out.reserve(tmpl.size());
-  std::string_view rest = tmpl;
-  while (!rest.empty()) {
-    const char c = rest.front();
-    if (c != '{' && c != '}') {
-      const std::size_t next = rest.find_first_of("{}");
-      const std::size_t literal = next == std::string_view::npos ? rest.size() : next;
-      out.append(rest.data(), literal);
-      rest.remove_prefix(literal);
-      continue;
-    }
-    if (rest.size() > 1 && rest[1] == c) {
-      out.push_back(c);
-      rest.remove_prefix(2);
-      continue;
-    }
-    const std::size_t close = rest.find('}');
-    const std::string_view name = Detail::format_substr(rest, 1, close);
-    if (name.empty()) {
-      ec.assign(static_cast<int>(FormatError::EmptyNamedSpecifier), GetFormatCategory());
-      return std::string(tmpl);
-    }
-    const auto found = names.find(name);
-    if (found == names.end()) {
-      ec.assign(static_cast<int>(FormatError::NamedArgumentNotFound), GetFormatCategory());
-      return std::string(tmpl);
-    }
-    out.append(found->second);
-    rest.remove_prefix(std::min(close == std::string_view::npos ? rest.size() : close + 1, rest.size()));
-  }
-  return out;
+  const bool complete =
+      Detail::ScanTemplate(tmpl, out, Detail::LoneCloseBrace::DropsBraceOnly, [&](std::string_view name) {
+        if (name.empty()) {
+          ec = FormatError::EmptyNamedSpecifier;
+          return false;
+        }
+        const auto found = names.find(name);
+        if (found == names.end()) {
+          ec = FormatError::NamedArgumentNotFound;
+          return false;
+        }
+        out.append(found->second);
+        return true;
+      });
+  return complete ? out : std::string(tmpl);
 }
 
 }  // namespace Olma

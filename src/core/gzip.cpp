@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <new>
 
 namespace Olma {
 namespace Gzip {
@@ -31,6 +32,9 @@ const char* ErrorText(const z_stream& stream) {
   return stream.msg != nullptr ? stream.msg : "NULL";
 }
 
+// zlib's own text for Z_MEM_ERROR, reported when an allocation of the result fails.
+constexpr const char* kOutOfMemory = "insufficient memory";
+
 }  // namespace
 
 ByteVector Compress(const std::string& data, MessageList& messages, int level) {
@@ -53,13 +57,20 @@ ByteVector Compress(const std::string& data, MessageList& messages, int level) {
   const auto* next = reinterpret_cast<const std::uint8_t*>(data.data());
   std::size_t remaining = data.size();
   Bytef buffer[kStep];
-  do {
-    const bool more = Feed(stream, next, remaining);
-    stream.next_out = buffer;
-    stream.avail_out = kStep;
-    ret = deflate(&stream, more ? Z_NO_FLUSH : Z_FINISH);
-    result.insert(result.end(), buffer, buffer + (kStep - stream.avail_out));
-  } while (ret == Z_OK);
+  try {
+    do {
+      const bool more = Feed(stream, next, remaining);
+      stream.next_out = buffer;
+      stream.avail_out = kStep;
+      ret = deflate(&stream, more ? Z_NO_FLUSH : Z_FINISH);
+      result.insert(result.end(), buffer, buffer + (kStep - stream.avail_out));
+    } while (ret == Z_OK);
+  } catch (const std::bad_alloc&) {
+    deflateEnd(&stream);
+    ByteVector().swap(result);
+    messages.push_back(Message<CoreTag>("olma.compress.failed", Z_MEM_ERROR, kOutOfMemory));
+    return result;
+  }
 
   // Read the error text before deflateEnd, which releases the state it may point into.
   if (ret != Z_STREAM_END) {
@@ -70,6 +81,10 @@ ByteVector Compress(const std::string& data, MessageList& messages, int level) {
 }
 
 std::string Decompress(const ByteVector& data, MessageList& messages) {
+  return Decompress(data, messages, kDefaultDecompressLimit);
+}
+
+std::string Decompress(const ByteVector& data, MessageList& messages, std::size_t max_output) {
   std::string result;
   z_stream stream{};
   int ret = inflateInit2(&stream, kGzipWindowBits);
@@ -81,15 +96,32 @@ std::string Decompress(const ByteVector& data, MessageList& messages) {
   const std::uint8_t* next = data.data();
   std::size_t remaining = data.size();
   Bytef buffer[kStep];
-  do {
-    Feed(stream, next, remaining);
-    stream.next_out = buffer;
-    stream.avail_out = kStep;
-    ret = inflate(&stream, Z_NO_FLUSH);
-    result.append(reinterpret_cast<const char*>(buffer), kStep - stream.avail_out);
-  } while (ret == Z_OK);
+  bool too_large = false;
+  try {
+    do {
+      Feed(stream, next, remaining);
+      stream.next_out = buffer;
+      stream.avail_out = kStep;
+      ret = inflate(&stream, Z_NO_FLUSH);
+      const std::size_t produced = kStep - stream.avail_out;
+      // Checked before appending, so the result never holds more than the limit.
+      if (produced > max_output - result.size()) {
+        too_large = true;
+        break;
+      }
+      result.append(reinterpret_cast<const char*>(buffer), produced);
+    } while (ret == Z_OK);
+  } catch (const std::bad_alloc&) {
+    inflateEnd(&stream);
+    std::string().swap(result);
+    messages.push_back(Message<CoreTag>("olma.decompress.failed", Z_MEM_ERROR, kOutOfMemory));
+    return result;
+  }
 
-  if (ret != Z_STREAM_END) {
+  if (too_large) {
+    std::string().swap(result);
+    messages.push_back(Message<CoreTag>("olma.decompress.limit.exceeded", max_output));
+  } else if (ret != Z_STREAM_END) {
     result.clear();
     messages.push_back(Message<CoreTag>("olma.decompress.failed", ret, ErrorText(stream)));
   }

@@ -79,6 +79,7 @@ constexpr CatalogueEntry kCoreCatalogue[] = {
     {"olma.compress.failed", "Error occurred during zlib compression: ({1}) {2}"},
     {"olma.decompress.init.failed", "Stream init failed: {1}"},
     {"olma.decompress.failed", "Error occurred during zlib decompression: ({1}) {2}"},
+    {"olma.decompress.limit.exceeded", "Decompressed data exceeds the limit of {1} bytes."},
     {"olma.core.extractor", "Error: Invalid header"},
     {"olma.core.extractor.arg", "Error: {1}"},
     {nullptr, nullptr},

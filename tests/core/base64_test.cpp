@@ -41,6 +41,12 @@ TEST(Base64, DecodeRules) {
   expect("TWE=", "Ma", "");
   expect("TQ==", "M", "");
   expect("\tTWFu \r\nTWFu  TQ==\n\n", "ManManM", "");  // white space between groups
+  // The lenient padding: the position of "=" decides the byte count, the symbol after it is
+  // not looked at.
+  expect("=", std::string(2, '\0'), "");
+  expect("A=", std::string(2, '\0'), "");
+  expect("TQ=x", "M", "");
+  expect("TWFuTQ=*", "ManM", "");
   std::mt19937 rng(7);
   const std::string large = Olma::Base64::Encode(RandomBytes(3 << 18, rng));  // 1 MiB of text, no padding
   for (const std::string& text :

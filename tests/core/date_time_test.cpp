@@ -105,6 +105,27 @@ TEST(DateTime, ConvertsNumericSourcesWithinTheCalendarRange) {
   ExpectCreate(~std::uint64_t{0}, nullptr);
 }
 
+TEST(DateTime, EqualityAndOrderSeeSecondsBelowTheMillisecond) {
+  using Tp = std::chrono::system_clock::time_point;
+  const pt::ptime epoch(boost::gregorian::date(1970, 1, 1));
+  DateTime fine, fromPtime, reparsed, whole;
+  ASSERT_TRUE(DateTime::Create(Tp(std::chrono::microseconds(-999500)), fine));
+  ASSERT_TRUE(DateTime::Create(epoch - pt::microseconds(999500), fromPtime));
+  ASSERT_TRUE(DateTime::Create(fine.text(), reparsed));
+  ASSERT_TRUE(DateTime::Create(Ms(-1000), whole));
+  // The text keeps its formula; the seconds keep the exact instant's truncation.
+  EXPECT_EQ(fine.text(), "1969-12-31T23:59:59.000Z");
+  EXPECT_EQ(fine.seconds(), 0);
+  EXPECT_EQ(reparsed.seconds(), -1);
+  EXPECT_EQ(fine, fromPtime);
+  EXPECT_NE(fine, reparsed);
+  EXPECT_EQ(reparsed, whole);
+  // Chronological: -1 s comes before -999,500 us, which comes before -999 ms.
+  DateTime later;
+  ASSERT_TRUE(DateTime::Create(Ms(-999), later));
+  EXPECT_TRUE(whole < fine && fine < later && !(fine < whole) && !(fine < fromPtime));
+}
+
 TEST(DateTime, ErrorCodeFormReportsFailureAndReturnsTheDefault) {
   EXPECT_EQ(DateTime().text(), "1970-01-01T00:00:00.000Z");
   std::error_code ec;

@@ -81,6 +81,81 @@ TEST(Format, StringsAndErrorCodes) {
   EXPECT_EQ(Olma::StringOfError(boost_code), boost_code.to_string() + "(" + boost_code.message() + ")");
 }
 
+TEST(Format, RefusesSpecificationsThatDoNotFitTheArgument) {
+  const int number = 5;
+  const double real = 2.5;
+  const std::string text = "abcdefgh";
+  const char* c_text = "xyz";
+  const Olma::Detail::format_arg args[] = {
+      Olma::Detail::make_format_arg(number), Olma::Detail::make_format_arg(real),
+      Olma::Detail::make_format_arg(text), Olma::Detail::make_format_arg(c_text)};
+  const char* const refused[] = {
+      "<{1:n}>",
+      "<{1:s}>",
+      "<{1:*d}>",
+      "<{1:%d}>",
+      "<{1:d%s}>",
+      "<{1:f}>",
+      "<{1:#d}>",
+      "<{1:4097}>",
+      "<{1:.4097d}>",
+      "<{1:999999999}>",
+      "<{2:.999999999f}>",
+      "<{2:d}>",
+      "<{2:n}>",
+      "<{2:Ls}>",
+      "<{3:n}>",
+      "<{3:s%s%s%s}>",
+      "<{3:ls}>",
+      "<{3:+5}>",
+      "<{3:d}>",
+      "<{4:p}>",
+      "<{4:.3x}>",
+      "<{1:5d }>",
+      "<{1:0000000000000000000000000000000000000005}>",  // longer than the limit
+  };
+  for (const char* tmpl : refused) {
+    SCOPED_TRACE(tmpl);
+    std::error_code ec;
+    EXPECT_EQ(Olma::Detail::Format(tmpl, args, 4, ec), "<");
+    EXPECT_EQ(ec, Olma::FormatError::InvalidSpecification);
+  }
+  std::error_code ec;
+  EXPECT_EQ(Olma::Detail::Format(std::string_view("{1:5\0d}", 7), args, 4, ec), "");
+  EXPECT_EQ(ec, Olma::FormatError::InvalidSpecification);
+
+  std::vector<std::string> strings = {"abcdefgh"};
+  const std::string before = strings.front();
+  EXPECT_EQ(Olma::FormatContainer<32>("{1:n}", strings, ec), "");
+  EXPECT_EQ(strings.front(), before);
+
+  // The bound itself is accepted, and a length modifier never widens what printf reads.
+  EXPECT_EQ(Format("{1:4096}", 1), std::string(4095, ' ') + "1");
+  EXPECT_EQ(Format("{1:.4096f}", 0.5), "0.5" + std::string(4095, '0'));
+  EXPECT_EQ(Format("{1:lld}|{1:hx}|{1:-+5d}|{1:#o}", 300), "300|12c|+300 |0454");
+  EXPECT_EQ(Format("{1:Lf}|{1:.3e}|{1:G}", 1.5), "1.500000|1.500e+00|1.5");
+  EXPECT_EQ(Format("{1:.2s}|{1:-3}|", "abc"), "ab|abc|");
+}
+
+TEST(Format, SmallArithmeticTypes) {
+  EXPECT_EQ(Format("{}|{1:c}|{1:d}|{1:3}", 'x'), "x|x|120|  x");
+  EXPECT_EQ(Format("{} {} {} {}", std::int8_t(-7), std::uint8_t(200), static_cast<signed char>(65),
+                   static_cast<unsigned char>(66)),
+            "-7 200 65 66");
+  EXPECT_EQ(Format("{} {1:x} {2}", short(-300), static_cast<unsigned short>(65535)), "-300 fffffed4 65535");
+  EXPECT_EQ(Format("{} {1:.1f}", 0.25f), "0.250000 0.2");
+}
+
+TEST(Format, ErrorEnumsCompareWithErrorCodes) {
+  std::error_code ec;
+  EXPECT_EQ(Olma::Detail::Format("{2}", nullptr, 0, ec), "");
+  EXPECT_EQ(ec, Olma::FormatError::MoreSpecifiersThanExpected);
+  const std::error_code tools = Olma::ToolsError::OutOfRange;
+  EXPECT_EQ(tools, std::error_code(2, Olma::GetToolsCategory()));
+  EXPECT_EQ(std::error_code(Olma::DateTimeError::CreateFailed).message(), "Failed to create DateTime.");
+  EXPECT_EQ(std::error_code(Olma::FormatError::InvalidSpecification).message(), "format error");
+}
+
 TEST(FormatContainer, StackAndHeapArgumentArrays) {
   std::vector<std::string> strings;
   for (int i = 1; i <= 33; ++i) strings.push_back("s" + std::to_string(i));

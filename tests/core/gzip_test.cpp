@@ -86,4 +86,29 @@ TEST(Gzip, RefusesInputThatIsNotOneCompleteGzipMember) {
   }
 }
 
+TEST(Gzip, DecompressStopsAtItsOutputCeiling) {
+  // A real bomb from the system tool: a few kilobytes that inflate past the default ceiling.
+  const std::size_t bombSize = Olma::Gzip::kDefaultDecompressLimit + 1;
+  auto [exitCode, bomb] =
+      OlmaTest::RunTool("sh -c 'head -c " + std::to_string(bombSize) + " /dev/zero | gzip -9 -c'", "");
+  ASSERT_EQ(exitCode, 0);
+  ASSERT_LT(bomb.size(), 100000u);
+  const ByteVector packed(bomb.begin(), bomb.end());
+  MessageList messages;
+  EXPECT_EQ(Olma::Gzip::Decompress(packed, messages), "");
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_EQ(messages.front().id(), "olma.decompress.limit.exceeded");
+  EXPECT_EQ(messages.front().defaultMessage(), "Decompressed data exceeds the limit of 67108864 bytes.");
+
+  // Another ceiling: the content may reach it exactly, not pass it.
+  const std::string text = LongText();
+  const ByteVector small = Olma::Gzip::Compress(text, messages);
+  messages.clear();
+  EXPECT_EQ(Olma::Gzip::Decompress(small, messages, text.size()), text);
+  EXPECT_THAT(messages, IsEmpty());
+  EXPECT_EQ(Olma::Gzip::Decompress(small, messages, text.size() - 1), "");
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_THAT(messages.front().args(), testing::ElementsAre(std::to_string(text.size() - 1)));
+}
+
 }  // namespace

@@ -28,7 +28,10 @@ OLMA_API std::string Encode(const ByteVector& data);
 //
 // Padding ends decoding: an "=" that is the last character completes its group with two bytes,
 // an "=" followed by exactly one more character with one byte (the character after it is not
-// examined); an "=" anywhere else is an error.
+// examined); an "=" anywhere else is an error. This leniency is the decoder's definition, kept
+// because stored texts depend on it: the byte count follows the position of the "=", not the
+// symbols before it in its group (missing ones count as zero bits), so "=" and "A=" each
+// decode to two zero bytes, "AA=" to two bytes and "TQ=x" to "M".
 //
 // On failure one of "Truncated Base64!", "Invalid Padding in Base 64!" or
 // "Non-Valid Character in Base 64!" is appended to `error` (whatever it held is kept in front)

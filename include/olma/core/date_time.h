@@ -9,11 +9,16 @@
 //   std::error_code ec;
 //   auto now = Olma::DateTime::Create(Olma::TimeInMilliSeconds(1622556000250), ec);
 //
-// A DateTime holds two things that always agree: text(), always the 24 characters
-// "YYYY-MM-DDTHH:MM:SS.mmmZ", and seconds(), the whole seconds since
-// 1970-01-01T00:00:00Z with truncation toward zero (so 1969-12-31T23:59:59.500Z has
-// seconds 0). Instants from 1400-01-01T00:00:00.000Z to 9999-12-31T23:59:59.999Z can be
-// represented; every source outside that range is refused.
+// A DateTime holds two things: text(), always the 24 characters
+// "YYYY-MM-DDTHH:MM:SS.mmmZ" with the milliseconds floored, and seconds(), the whole
+// seconds since 1970-01-01T00:00:00Z of the source's exact instant, truncated toward zero
+// (so 1969-12-31T23:59:59.500Z has seconds 0). The two agree for every source of
+// millisecond precision. A finer source (chrono, ptime) before the epoch whose fraction is
+// below one millisecond is the exception: -999,500 us shows "1969-12-31T23:59:59.000Z" yet
+// has seconds 0, while that text parses to seconds -1. Comparison therefore looks at both:
+// two DateTimes are equal when text and seconds are, and order by text, then seconds
+// (which is chronological). Instants from 1400-01-01T00:00:00.000Z to
+// 9999-12-31T23:59:59.999Z can be represented; every source outside that range is refused.
 //
 // Accepted text: "YYYY-MM-DDTHH:MM:SS", then optionally "." and any number of digits (the
 // first three are kept, the rest are dropped without rounding; "." with no digit keeps
@@ -138,10 +143,15 @@ class OLMA_API DateTime {
   // The current UTC time from the microsecond clock.
   static DateTime GetUtcDateTime();
 
-  // Equal texts mean equal instants, and the canonical text sorts chronologically.
-  friend bool operator==(const DateTime& a, const DateTime& b) { return a.text_ == b.text_; }
-  friend bool operator!=(const DateTime& a, const DateTime& b) { return a.text_ != b.text_; }
-  friend bool operator<(const DateTime& a, const DateTime& b) { return a.text_ < b.text_; }
+  // Equal when both the text and the seconds are; ordered by text, then by seconds.
+  friend bool operator==(const DateTime& a, const DateTime& b) {
+    return a.seconds_ == b.seconds_ && a.text_ == b.text_;
+  }
+  friend bool operator!=(const DateTime& a, const DateTime& b) { return !(a == b); }
+  friend bool operator<(const DateTime& a, const DateTime& b) {
+    const int order = a.text_.compare(b.text_);
+    return order < 0 || (order == 0 && a.seconds_ < b.seconds_);
+  }
 
  private:
   static bool FromText(std::string_view text, DateTime& out);
@@ -155,7 +165,7 @@ class OLMA_API DateTime {
   template <typename S>
   static DateTime CreateOrReport(const S& source, std::error_code& ec) {
     DateTime result;
-    if (!Create<S>(source, result)) ec.assign(1, GetDateTimeCategory());
+    if (!Create<S>(source, result)) ec = DateTimeError::CreateFailed;
     return result;
   }
 

@@ -10,3 +10,13 @@
 #else
 #define OLMA_API
 #endif
+
+// Marks the explicit instantiation declarations ("extern template class") of exported
+// class templates. Clang gives an instantiation the visibility of that declaration, so it
+// needs the mark there; GCC takes it from the class template and refuses an attribute on
+// a class that is already complete.
+#if defined(OLMA_CORE_BUILDING) && defined(__clang__)
+#define OLMA_EXTERN_TEMPLATE_API OLMA_API
+#else
+#define OLMA_EXTERN_TEMPLATE_API
+#endif

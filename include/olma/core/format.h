@@ -14,9 +14,28 @@
 // not, so "{2} {}" formats the second argument twice. A lone "}" opens a field that
 // swallows the rest of the template.
 //
-// Failures (a field beyond the last argument) are reported through a std::error_code of
-// the format category; the text formatted up to that point is kept. Olma::Format drops
-// the error code: the library's own templates are trusted text.
+// A conversion specification is checked before anything is printed, since templates also
+// come from translation bundles and callers: it must read
+//
+//   flags* width? ("." precision?)? length? letter?
+//
+// with flags from "-+ #0", width and precision of at most kMaxFormatWidth, a length
+// modifier ("hh", "h", "l", "ll", "L", "q", "j", "z", "t"; accepted for numbers and
+// ignored, the argument's own width is always used) and a letter that fits the argument:
+// "diouxX" for integers and bool, "fFeEgGaA" for float and double, "s" for strings, "c"
+// (or an integer letter) for char. No letter means the type's default. Strings and
+// characters take only the "-" flag; "#" only goes with "o", "x", "X" or a floating
+// letter. A specification longer than kMaxFormatSpecification is refused whole, never cut.
+//
+// Argument types: the integer types from short up, bool (as 1 or 0), float and double,
+// std::string, C strings and character arrays, std::string_view, and error codes. A char
+// is a character ("{}" of 'x' is "x"); signed char, unsigned char, int8_t and uint8_t are
+// small integers ("{}" of uint8_t(7) is "7"). Any other type does not compile.
+//
+// Failures are reported through a std::error_code of the format category: a field beyond
+// the last argument is FormatError::MoreSpecifiersThanExpected, a refused specification
+// FormatError::InvalidSpecification. Formatting stops there and the text formatted up to
+// that point is kept. Olma::Format drops the error code.
 //
 // Thread safety: every function here is pure; any thread may format at any time.
 #pragma once
@@ -36,16 +55,24 @@
 #include "olma/core/export.h"
 
 namespace Olma {
+
+// The largest width or precision a conversion specification may ask for; beyond it the
+// specification is refused, so no template can make the formatter build a huge text.
+inline constexpr int kMaxFormatWidth = 4096;
+// The longest conversion specification accepted, in characters.
+inline constexpr std::size_t kMaxFormatSpecification = 32;
+
 namespace Detail {
 
 // The formatter writes into a string: the whole result is assembled in one buffer, which
 // costs far less per call than constructing a stream.
 using FormatOutput = std::string;
 
-// One argument to format: the address of the value and the function that renders it.
+// One argument to format: the address of the value and the function that renders it. The
+// function returns false, having written nothing, when it refuses the specification.
 struct format_arg {
   const void* value;
-  void (*format)(FormatOutput& out, std::string_view spec, const void* value);
+  bool (*format)(FormatOutput& out, std::string_view spec, const void* value);
 };
 
 // A parsed replacement field: the 1-based argument number (0: the next argument) and the
@@ -73,33 +100,32 @@ OLMA_API void FormatTo(std::ostream& out, std::string_view tmpl, const format_ar
 OLMA_API std::string Format(std::string_view tmpl, const format_arg* args, std::size_t count,
                             std::error_code& ec);
 
-// Renderers for the arithmetic types. An empty specification uses the type's default
-// conversion ("d", "lld", "lf", ...); a specification ending in a letter supplies the
-// conversion itself ("x" gives "%x"), any other is completed with the default
-// ("5" gives "%5d"). The specification is composed into a 16-byte buffer, so more than
-// 14 characters of it are cut off. It is passed to printf unchecked: it comes from the
-// library's own templates.
-OLMA_API void FormatInt(FormatOutput& out, std::string_view spec, const void* value);
-OLMA_API void FormatLong(FormatOutput& out, std::string_view spec, const void* value);
-OLMA_API void FormatLongLong(FormatOutput& out, std::string_view spec, const void* value);
-OLMA_API void FormatUnsigned(FormatOutput& out, std::string_view spec, const void* value);
-OLMA_API void FormatUnsignedLong(FormatOutput& out, std::string_view spec, const void* value);
-OLMA_API void FormatUnsignedLongLong(FormatOutput& out, std::string_view spec, const void* value);
-OLMA_API void FormatDouble(FormatOutput& out, std::string_view spec, const void* value);
+// Renderers for the argument types; each returns false for a specification it refuses
+// (see the top of this file). An empty specification uses the type's default conversion;
+// the integer and finite double defaults print as "%d" / "%lf" would.
+OLMA_API bool FormatInt(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatLong(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatLongLong(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatUnsigned(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatUnsignedLong(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatUnsignedLongLong(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatDouble(FormatOutput& out, std::string_view spec, const void* value);
 // A bool prints as the int 1 or 0, never as true/false.
-OLMA_API void FormatBool(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatBool(FormatOutput& out, std::string_view spec, const void* value);
+// The character itself for an empty specification or "c"; its code for an integer letter.
+OLMA_API bool FormatChar(FormatOutput& out, std::string_view spec, const void* value);
 // `value` points at the characters themselves. An empty specification or exactly "s"
-// streams the NUL-terminated text; any other goes to printf as "%" + spec + "s".
-OLMA_API void FormatCString(FormatOutput& out, std::string_view spec, const void* value);
+// streams the NUL-terminated text; any other goes to printf as a "%s" conversion.
+OLMA_API bool FormatCString(FormatOutput& out, std::string_view spec, const void* value);
 // All bytes of the string (embedded NULs survive) for an empty specification or "s";
 // otherwise formatted as the C string of its contents.
-OLMA_API void FormatStdString(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatStdString(FormatOutput& out, std::string_view spec, const void* value);
 // The viewed characters; the specification is ignored.
-OLMA_API void FormatStringView(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatStringView(FormatOutput& out, std::string_view spec, const void* value);
 // Category name, ":", numeric value ("Olma Format Error:3"); specification ignored.
-OLMA_API void FormatErrorCode(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatErrorCode(FormatOutput& out, std::string_view spec, const void* value);
 // The Boost error code's own textual form; specification ignored.
-OLMA_API void FormatBoostErrorCode(FormatOutput& out, std::string_view spec, const void* value);
+OLMA_API bool FormatBoostErrorCode(FormatOutput& out, std::string_view spec, const void* value);
 
 // formatter<T>::format is the rendering function of argument type T. The second
 // parameter tells the arithmetic types (printf conversion with a default letter) from
@@ -110,8 +136,18 @@ struct formatter;
 #define OLMA_DETAIL_FORMATTER(Type, Arithmetic, Function)                             \
   template <>                                                                         \
   struct formatter<Type, Arithmetic> {                                                \
-    static void format(FormatOutput& out, std::string_view spec, const void* value) { \
-      Function(out, spec, value);                                                     \
+    static bool format(FormatOutput& out, std::string_view spec, const void* value) { \
+      return Function(out, spec, value);                                              \
+    }                                                                                 \
+  }
+
+// The small arithmetic types are widened to the type whose renderer they share.
+#define OLMA_DETAIL_WIDENING_FORMATTER(Type, Wide, Function)                          \
+  template <>                                                                         \
+  struct formatter<Type, true> {                                                      \
+    static bool format(FormatOutput& out, std::string_view spec, const void* value) { \
+      const Wide wide = *static_cast<const Type*>(value);                             \
+      return Function(out, spec, &wide);                                              \
     }                                                                                 \
   }
 
@@ -123,6 +159,12 @@ OLMA_DETAIL_FORMATTER(unsigned long, true, FormatUnsignedLong);
 OLMA_DETAIL_FORMATTER(unsigned long long, true, FormatUnsignedLongLong);
 OLMA_DETAIL_FORMATTER(double, true, FormatDouble);
 OLMA_DETAIL_FORMATTER(bool, true, FormatBool);
+OLMA_DETAIL_FORMATTER(char, true, FormatChar);
+OLMA_DETAIL_WIDENING_FORMATTER(signed char, int, FormatInt);
+OLMA_DETAIL_WIDENING_FORMATTER(unsigned char, unsigned, FormatUnsigned);
+OLMA_DETAIL_WIDENING_FORMATTER(short, int, FormatInt);
+OLMA_DETAIL_WIDENING_FORMATTER(unsigned short, unsigned, FormatUnsigned);
+OLMA_DETAIL_WIDENING_FORMATTER(float, double, FormatDouble);
 OLMA_DETAIL_FORMATTER(const char*, false, FormatCString);
 OLMA_DETAIL_FORMATTER(std::string, false, FormatStdString);
 OLMA_DETAIL_FORMATTER(std::string_view, false, FormatStringView);
@@ -130,6 +172,7 @@ OLMA_DETAIL_FORMATTER(std::error_code, false, FormatErrorCode);
 OLMA_DETAIL_FORMATTER(boost::system::error_code, false, FormatBoostErrorCode);
 
 #undef OLMA_DETAIL_FORMATTER
+#undef OLMA_DETAIL_WIDENING_FORMATTER
 
 // The formatter type of an argument: character arrays and char pointers format as C
 // strings, everything else as its own decayed type.

@@ -88,14 +88,14 @@ class OLMA_API ScalarDefinition final : public Detail::DefinitionBase<ScalarDefi
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class ScalarDefinition<DataType::VOID>;
-extern template class ScalarDefinition<DataType::OPAQUE>;
-extern template class ScalarDefinition<DataType::INTEGER>;
-extern template class ScalarDefinition<DataType::DOUBLE>;
-extern template class ScalarDefinition<DataType::BOOLEAN>;
-extern template class ScalarDefinition<DataType::BLOB>;
-extern template class ScalarDefinition<DataType::STRING>;
-extern template class ScalarDefinition<DataType::SECRET>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::VOID>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::OPAQUE>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::INTEGER>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::DOUBLE>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::BOOLEAN>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::BLOB>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::STRING>;
+extern template class OLMA_EXTERN_TEMPLATE_API ScalarDefinition<DataType::SECRET>;
 
 // ---------------------------------------------------------------------------------------
 // Wrappers of one element.
@@ -139,8 +139,9 @@ class OLMA_API ListDefinition final : public Detail::ElementDefinition<ListDefin
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
-extern template class Detail::ElementDefinition<ListDefinition, DataType::LIST>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::ElementDefinition<OptionalDefinition, DataType::OPTIONAL>;
+extern template class OLMA_EXTERN_TEMPLATE_API Detail::ElementDefinition<ListDefinition, DataType::LIST>;
 
 // ---------------------------------------------------------------------------------------
 // Compounds. Name and field map are each optional; an unset map behaves as an empty one.
@@ -223,10 +224,13 @@ class OLMA_API ErrorDefinition final
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
-extern template class Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
-extern template class Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
-extern template class Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API Detail::FieldsDefinition<ErrorDefinition, DataType::ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::NamedFieldsDefinition<StructDefinition, DataType::STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::NamedFieldsDefinition<ErrorDefinition, DataType::ERROR>;
 
 // STRUCTURE_REF: a non-owning reference to a structure, for recursive types. Renders
 // "StructRefDefinition"; the target is never followed by rendering.
@@ -277,8 +281,10 @@ class OLMA_API DynamicErrorDefinition final
   void AcceptVisitor(DefinitionVisitor& visitor) const override;
 };
 
-extern template class Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE>;
-extern template class Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<DynamicStructureDefinition, DataType::DYNAMIC_STRUCTURE>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::FieldsDefinition<DynamicErrorDefinition, DataType::ANY_ERROR>;
 
 // ---------------------------------------------------------------------------------------
 // Restricted kinds, each visited through a slot of its own.
@@ -335,7 +341,8 @@ class OLMA_API UnionCaseDefinition final
   CasePredicate predicate_;
 };
 
-extern template class Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
+extern template class OLMA_EXTERN_TEMPLATE_API
+    Detail::ElementDefinition<UnionCaseDefinition, DataType::OPTIONAL>;
 
 }  // namespace Data
 }  // namespace Olma

@@ -93,12 +93,12 @@ class OLMA_API TypedListValue final : public DataValue, public ListValueMixin<T>
   std::string ToString() const override;
 };
 
-extern template class TypedListValue<bool, DataType::LIST_BOOL>;
-extern template class TypedListValue<long long, DataType::LIST_LONG>;
-extern template class TypedListValue<double, DataType::LIST_DOUBLE>;
-extern template class TypedListValue<ByteVector, DataType::LIST_BLOB>;
-extern template class TypedListValue<std::string, DataType::LIST_STRING>;
-extern template class TypedListValue<SecretString, DataType::LIST_SECRET>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<bool, DataType::LIST_BOOL>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<long long, DataType::LIST_LONG>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<double, DataType::LIST_DOUBLE>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<ByteVector, DataType::LIST_BLOB>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<std::string, DataType::LIST_STRING>;
+extern template class OLMA_EXTERN_TEMPLATE_API TypedListValue<SecretString, DataType::LIST_SECRET>;
 
 }  // namespace Data
 }  // namespace Olma
