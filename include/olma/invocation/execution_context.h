@@ -93,7 +93,12 @@ using SecurityContext = std::map<std::string, SecurityContextWrappedEntry>;
 // One node of a security context: either a plain string (isValue true, no nested
 // entries) or a group of named entries (isValue false), such as a signature made of an
 // algorithm, a key id and the signed bytes.
-struct SecurityContextEntry {
+//
+// Entries nest to any depth, so copying, comparing and destroying walk the tree with an
+// explicit work list instead of recursing: a chain of a million nested entries costs heap,
+// not call stack. A destroyed entry overwrites its string with zeros first, because the
+// strings of a security context are passwords and tokens.
+struct OLMA_API SecurityContextEntry {
   std::string value;
   SecurityContext entries;
   bool isValue = false;
@@ -105,10 +110,15 @@ struct SecurityContextEntry {
   SecurityContextEntry(std::string text) noexcept : value(std::move(text)), isValue(true) {}
   SecurityContextEntry(const char* text) : value(text), isValue(true) {}
 
-  friend bool operator==(const SecurityContextEntry& a, const SecurityContextEntry& b) {
-    return a.isValue == b.isValue && a.value == b.value && a.entries == b.entries;
-  }
-  friend bool operator!=(const SecurityContextEntry& a, const SecurityContextEntry& b) { return !(a == b); }
+  SecurityContextEntry(const SecurityContextEntry& other);
+  SecurityContextEntry(SecurityContextEntry&& other) noexcept = default;
+  SecurityContextEntry& operator=(const SecurityContextEntry& other);
+  SecurityContextEntry& operator=(SecurityContextEntry&& other) noexcept;
+  ~SecurityContextEntry();
+
+  // Equal when both trees have the same shape, strings, flags and override slots.
+  bool operator==(const SecurityContextEntry& other) const;
+  bool operator!=(const SecurityContextEntry& other) const { return !(*this == other); }
 };
 
 // An application-context entry with its override slot.
