@@ -7,7 +7,8 @@ set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config gzip coreutils
           libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev
           clang libclang-rt-14-dev
-          libssl-dev openssl libboost-json1.81-dev curl "$@")
+          libssl-dev openssl libboost-json1.81-dev curl
+          libicu-dev tzdata "$@")
 
 missing=()
 for package in "${packages[@]}"; do

@@ -53,6 +53,13 @@
 #include "olma/invocation/security_context_extractors.h"
 #include "olma/invocation/security_context_schemes.h"
 
+#include "olma/l10n/forward_range.h"
+#include "olma/l10n/l10n_category.h"
+#include "olma/l10n/locale.h"
+#include "olma/l10n/localization_bundle.h"
+#include "olma/l10n/localizer.h"
+#include "olma/l10n/message_builder.h"
+#include "olma/l10n/message_wire.h"
 #include "olma/provider/api_method_helper.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"

@@ -1,0 +1,79 @@
+#include "olma/l10n/message_builder.h"
+
+#include <string>
+#include <vector>
+
+#include "olma/data/detail/tree_release.h"
+#include "olma/l10n/localizer.h"
+
+namespace Olma {
+
+// Frees chains of nested builders iteratively: a builder's destructor moves the nested
+// builders out of its arguments, and ReleaseTree empties every one of them that nobody else
+// holds before it is dropped, so each destructor runs at depth one.
+struct MessageBuilderRelease {
+  using Pending = std::vector<std::shared_ptr<const MessageBuilderBase>>;
+
+  static void TakeNested(MsgArgument& argument, Pending& pending) {
+    if (auto* named = std::get_if<MsgArgument::NamedPtr>(&argument.value_)) {
+      if (*named) pending.push_back(std::move(*named));
+    } else if (auto* positional = std::get_if<MsgArgument::PositionalPtr>(&argument.value_)) {
+      if (*positional) pending.push_back(std::move(*positional));
+    }
+  }
+
+  static void Detach(MessageBuilderBase& node, Pending& pending) {
+    if (node.isNamed()) {
+      for (auto& param : static_cast<NamedMessageBuilder&>(node).params_) TakeNested(param.second, pending);
+    } else {
+      for (MsgArgument& argument : static_cast<PositionalMessageBuilder&>(node).args_)
+        TakeNested(argument, pending);
+    }
+  }
+
+  static void Release(MessageBuilderBase& node) {
+    Pending pending;
+    Detach(node, pending);
+    if (!pending.empty()) Data::Detail::ReleaseTree<MessageBuilderBase>(pending, &Detach);
+  }
+};
+
+std::string MsgArgument::format(const L10n::Localizer& localizer, const L10n::LocaleSpec& spec,
+                                std::error_code& ec) const {
+  switch (kind()) {
+    case IntegerKind:
+      return localizer.integerFormatter()(*integer(), spec.formatPreference(), ec);
+    case DoubleKind:
+      return localizer.doubleFormatter()(floating()->value, floating()->precision, spec.formatPreference(),
+                                         ec);
+    case StringKind:
+      return *string();
+    case DateTimeKind:
+      return localizer.formatDateTime(dateTime()->value, dateTime()->format, dateTime()->pattern, spec, ec);
+    case NamedMessageKind:
+      if (*named()) return localizer.formatString(**named(), spec, ec);
+      break;
+    case PositionalMessageKind:
+      if (*positional()) return localizer.formatString(**positional(), spec, ec);
+      break;
+    default:
+      break;
+  }
+  return "_Error_";
+}
+
+PositionalMessageBuilder::~PositionalMessageBuilder() {
+  MessageBuilderRelease::Release(*this);
+}
+
+NamedMessageBuilder::NamedMessageBuilder(const PositionalMessageBuilder& positional)
+    : MessageBuilderBase(positional.id(), positional.defaultTemplate(), true) {
+  std::size_t position = 0;
+  for (const MsgArgument& argument : positional.args()) params_.emplace(std::to_string(++position), argument);
+}
+
+NamedMessageBuilder::~NamedMessageBuilder() {
+  MessageBuilderRelease::Release(*this);
+}
+
+}  // namespace Olma
