@@ -132,9 +132,18 @@ BENCHMARK(BM_IcuAcceptLanguage);
 
 int main(int argc, char** argv) {
   benchmark::Initialize(&argc, argv);
-  RatioReporter reporter({{"BM_OlmaLocalize", "BM_IcuMessageFormat"},
-                          {"BM_OlmaBuildAndLocalize", "BM_IcuMessageFormat"},
-                          {"BM_OlmaNegotiate", "BM_IcuAcceptLanguage"}});
+  RatioReporter reporter({{"localise a message (integer, double, date-time) into de_DE from a bundle",
+                           "BM_OlmaLocalize",
+                           {{"ICU `MessageFormat`, pattern parsed once", "BM_IcuMessageFormat"}},
+                           "no slower"},
+                          {"same, building the message in the loop",
+                           "BM_OlmaBuildAndLocalize",
+                           {{"ICU `MessageFormat`", "BM_IcuMessageFormat"}},
+                           "reported"},
+                          {"`MakeLanguagePreference` + `Lookup`, 4-entry browser header",
+                           "BM_OlmaNegotiate",
+                           {{"ICU `uloc_acceptLanguageFromHTTP`", "BM_IcuAcceptLanguage"}},
+                           "under 1 µs"}});
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
   return 0;
