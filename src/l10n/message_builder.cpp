@@ -1,9 +1,9 @@
 #include "olma/l10n/message_builder.h"
 
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "olma/data/detail/tree_release.h"
 #include "olma/l10n/localizer.h"
 
 namespace Olma {
@@ -34,7 +34,16 @@ struct MessageBuilderRelease {
   static void Release(MessageBuilderBase& node) {
     Pending pending;
     Detach(node, pending);
-    if (!pending.empty()) Data::Detail::ReleaseTree<MessageBuilderBase>(pending, &Detach);
+    while (!pending.empty()) {
+      std::shared_ptr<const MessageBuilderBase> nested = std::move(pending.back());
+      pending.pop_back();
+      if (nested && nested.use_count() == 1) {
+        // The count may have dropped to one on another thread that was still reading the
+        // builder; copying and dropping the pointer orders those reads before our changes.
+        { std::shared_ptr<const MessageBuilderBase> order = nested; }
+        Detach(const_cast<MessageBuilderBase&>(*nested), pending);
+      }
+    }
   }
 };
 
