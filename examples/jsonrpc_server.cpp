@@ -2,12 +2,15 @@
 // JSON-RPC 1.1 on HTTP.
 //
 //   olma_jsonrpc_server [--address 127.0.0.1] [--port 0] [--threads 2] [--l10n DIR]
-//                       [--max-body BYTES] [--port-file PATH]
+//                       [--max-body BYTES] [--idle-timeout-ms MS] [--request-timeout-ms MS]
+//                       [--port-file PATH]
 //
 // Prints "listening on ADDRESS:PORT" once it accepts calls (and writes the port to
 // --port-file when given), logs each call with its client address on stderr, and stops
 // gracefully on SIGTERM or SIGINT: calls in flight are answered first.
+#include <chrono>
 #include <cstdlib>
+#include <exception>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -31,7 +34,7 @@ struct Arguments {
   std::string portFile;
 };
 
-bool Parse(int argc, char** argv, Arguments& arguments) {
+bool ParseOptions(int argc, char** argv, Arguments& arguments) {
   for (int i = 1; i + 1 < argc; i += 2) {
     const std::string_view name = argv[i];
     const std::string value = argv[i + 1];
@@ -43,6 +46,10 @@ bool Parse(int argc, char** argv, Arguments& arguments) {
       arguments.options.threads = static_cast<unsigned>(std::stoul(value));
     } else if (name == "--max-body") {
       arguments.options.maxBodyBytes = std::stoul(value);
+    } else if (name == "--idle-timeout-ms") {
+      arguments.options.idleTimeout = std::chrono::milliseconds(std::stoul(value));
+    } else if (name == "--request-timeout-ms") {
+      arguments.options.requestTimeout = std::chrono::milliseconds(std::stoul(value));
     } else if (name == "--l10n") {
       arguments.l10nDirectory = value;
     } else if (name == "--port-file") {
@@ -52,6 +59,14 @@ bool Parse(int argc, char** argv, Arguments& arguments) {
     }
   }
   return argc % 2 == 1;
+}
+
+bool Parse(int argc, char** argv, Arguments& arguments) {
+  try {
+    return ParseOptions(argc, argv, arguments);
+  } catch (const std::exception&) {  // a number that does not parse
+    return false;
+  }
 }
 
 // German and French templates from the service's bundles; English is built in.
@@ -95,9 +110,9 @@ std::string Checksum(const Olma::JsonRpc::CallDispatcher& dispatcher) {
 int main(int argc, char** argv) {
   Arguments arguments;
   if (!Parse(argc, argv, arguments)) {
-    std::cerr
-        << "usage: " << argv[0]
-        << " [--address A] [--port P] [--threads N] [--max-body BYTES] [--l10n DIR] [--port-file PATH]\n";
+    std::cerr << "usage: " << argv[0]
+              << " [--address A] [--port P] [--threads N] [--max-body BYTES] [--idle-timeout-ms MS]"
+                 " [--request-timeout-ms MS] [--l10n DIR] [--port-file PATH]\n";
     return 2;
   }
   auto dispatcher = std::make_shared<Olma::JsonRpc::CallDispatcher>();
