@@ -8,7 +8,7 @@ packages=(g++ cmake ninja-build pkg-config gzip coreutils
           libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev
           clang libclang-rt-14-dev
           libssl-dev openssl libboost-json1.81-dev curl
-          libicu-dev tzdata "$@")
+          libicu-dev tzdata python3 "$@")
 
 missing=()
 for package in "${packages[@]}"; do
