@@ -3,12 +3,13 @@
 //
 //   olma_jsonrpc_server [--address 127.0.0.1] [--port 0] [--threads 2] [--l10n DIR]
 //                       [--max-body BYTES] [--idle-timeout-ms MS] [--request-timeout-ms MS]
-//                       [--port-file PATH]
+//                       [--call-log on|off] [--port-file PATH]
 //
 // Prints "listening on ADDRESS:PORT" once it accepts calls (and writes the port to
 // --port-file when given), logs each call with its client address on stderr, and stops
 // gracefully on SIGTERM or SIGINT: calls in flight are answered first.
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <exception>
 #include <fstream>
@@ -32,6 +33,7 @@ struct Arguments {
   Olma::JsonRpc::ServerOptions options;
   std::string l10nDirectory = OLMA_EXAMPLE_L10N_DIR;
   std::string portFile;
+  bool callLog = true;
 };
 
 bool ParseOptions(int argc, char** argv, Arguments& arguments) {
@@ -50,6 +52,8 @@ bool ParseOptions(int argc, char** argv, Arguments& arguments) {
       arguments.options.idleTimeout = std::chrono::milliseconds(std::stoul(value));
     } else if (name == "--request-timeout-ms") {
       arguments.options.requestTimeout = std::chrono::milliseconds(std::stoul(value));
+    } else if (name == "--call-log") {
+      arguments.callLog = value != "off";
     } else if (name == "--l10n") {
       arguments.l10nDirectory = value;
     } else if (name == "--port-file") {
@@ -112,7 +116,7 @@ int main(int argc, char** argv) {
   if (!Parse(argc, argv, arguments)) {
     std::cerr << "usage: " << argv[0]
               << " [--address A] [--port P] [--threads N] [--max-body BYTES] [--idle-timeout-ms MS]"
-                 " [--request-timeout-ms MS] [--l10n DIR] [--port-file PATH]\n";
+                 " [--request-timeout-ms MS] [--call-log on|off] [--l10n DIR] [--port-file PATH]\n";
     return 2;
   }
   auto dispatcher = std::make_shared<Olma::JsonRpc::CallDispatcher>();
