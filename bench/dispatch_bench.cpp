@@ -1,8 +1,9 @@
 // The cost of one in-process call through a provider, and how much of it is not the
 // validator's.
 //
-// A call is what a transport does once it has parsed a request: look the method up in an
-// interface, check the input, run the handler (here: it echoes one input field as its
+// A call is what a transport does once it has parsed a request: hand it to the library's
+// dispatcher, which finds the interface in its container and the method in the interface,
+// checks the input, run the handler (here: it echoes one input field as its
 // output), check the output, and deliver the result to the caller's callback. It is run
 // for a small input (a structure of 3 scalar fields) and for a large one (a list of 1,000
 // records of 3 fields, echoed back whole). The same run measures the two validations
@@ -15,13 +16,13 @@
 // The activation (the transport's per-request object) is made once and reused; every
 // other object of a call is made per call.
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <benchmark/benchmark.h>
 
-#include "call_driver.h"
 #include "olma/data/definitions.h"
 #include "olma/data/values.h"
 #include "olma/invocation/async_activation.h"
@@ -30,6 +31,8 @@
 #include "olma/invocation/result_callback.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"
+#include "olma/provider/call_dispatcher.h"
+#include "olma/provider/interface_container.h"
 #include "ratio_reporter.h"
 
 namespace {
@@ -77,11 +80,20 @@ class EchoMethod final : public AsyncApiMethod {
 };
 
 struct Fixture {
-  AsyncApiInterface::PtrConstType api;
+  Olma::Provider::CallDispatcher::PtrConstType dispatcher;
   std::shared_ptr<const EchoMethod> method;
-  std::string methodName;
+  Olma::Core::MethodIdentifier::PtrConstType methodIdentifier;
   DataValue::PtrConstType input;
 };
+
+Fixture MakeFixture(std::shared_ptr<const EchoMethod> method, DataValue::PtrConstType input) {
+  auto api = AsyncApiInterface::GetInstance(Olma::Core::InterfaceIdentifier::GetInstance("com.example.bench"),
+                                            {method});
+  auto container = Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance({api});
+  auto identifier = Olma::Core::MethodIdentifier::GetInstance(api->id(), method->name());
+  return Fixture{Olma::Provider::CallDispatcher::GetInstance(container), std::move(method),
+                 std::move(identifier), std::move(input)};
+}
 
 const DataDefinition::PtrConstType& RecordDefinition() {
   static const DataDefinition::PtrConstType record =
@@ -103,9 +115,7 @@ const Fixture& Small() {
     input->SetField("id", IntegerValue::GetInstance(42));
     input->SetField("name", StringValue::GetInstance("widget"));
     input->SetField("score", DoubleValue::GetInstance(0.5));
-    auto api = AsyncApiInterface::GetInstance(
-        Olma::Core::InterfaceIdentifier::GetInstance("com.example.bench"), {method});
-    return Fixture{api, method, "echo_small", input};
+    return MakeFixture(std::move(method), std::move(input));
   }();
   return fixture;
 }
@@ -131,9 +141,7 @@ Fixture RecordsFixture(const DataDefinition::PtrConstType& records) {
   auto method = std::make_shared<const EchoMethod>(
       "echo_records", "records", StructDefinition::GetInstance("records_input", {{"records", records}}),
       StructDefinition::GetInstance("echo", {{"records", records}}));
-  auto api = AsyncApiInterface::GetInstance(Olma::Core::InterfaceIdentifier::GetInstance("com.example.bench"),
-                                            {method});
-  return Fixture{api, method, "echo_records", RecordsInput()};
+  return MakeFixture(std::move(method), RecordsInput());
 }
 
 const Fixture& Records() {
@@ -157,7 +165,7 @@ void BM_Dispatch(benchmark::State& state, const Fixture& (*fixture)()) {
       if (result->isError()) ++failures;
       benchmark::DoNotOptimize(result.get());
     });
-    example::DispatchCall(*f.api, f.methodName, f.input, activation, deliver);
+    f.dispatcher->Invoke(f.methodIdentifier, f.input, activation, deliver);
   }
   if (failures != 0) state.SkipWithError("a call failed");
   state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations()));

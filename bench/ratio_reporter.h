@@ -6,11 +6,10 @@
 //                            {{"`nlohmann::json::dump`", "BM_JsonDump"}}, "at most 1.5x"}});
 //   benchmark::RunSpecifiedBenchmarks(&reporter);
 //
-// Times are CPU times, the median of the repetitions of the run (--benchmark_repetitions);
-// a run without repetitions uses its single measurement. A benchmark with arguments is
-// named by its full name ("BM_Crc32/1048576"). When the environment variable
-// OLMA_BENCH_TABLE names a file, the rows are also appended to it (scripts/bench.sh
-// collects every program's rows that way).
+// Times are CPU times (wall-clock times for a `realTime` row), the median of the repetitions of the run
+// (--benchmark_repetitions); a run without repetitions uses its single measurement. A benchmark with
+// arguments is named by its full name ("BM_Crc32/1048576"). When the environment variable OLMA_BENCH_TABLE
+// names a file, the rows are also appended to it (scripts/bench.sh collects every program's rows that way).
 #pragma once
 
 #include <algorithm>
@@ -37,13 +36,16 @@ class RatioReporter : public benchmark::ConsoleReporter {
 
   // One row: its text in the benchmark column, the library's benchmark, the peers (shown
   // side by side, ratios in the same order) and the goal. A `throughput` row shows bytes
-  // per second instead of times (the ratio stays a time ratio).
+  // per second instead of times (the ratio stays a time ratio). A `realTime` row compares
+  // wall-clock times per iteration: for a benchmark run on several threads that is the
+  // inverse of their combined throughput, which is what a scaling row wants.
   struct Row {
     std::string benchmark;
     std::string library;
     std::vector<Peer> peers;
     std::string goal;
     bool throughput = false;
+    bool realTime = false;
   };
 
   explicit RatioReporter(std::vector<Row> rows) : rows_(std::move(rows)) {}
@@ -54,6 +56,8 @@ class RatioReporter : public benchmark::ConsoleReporter {
       if (run.run_type != Run::RT_Iteration || run.iterations == 0 || run.error_occurred) continue;
       Samples& samples = samples_[run.run_name.str()];
       samples.seconds.push_back(run.GetAdjustedCPUTime() / benchmark::GetTimeUnitMultiplier(run.time_unit));
+      samples.realSeconds.push_back(run.GetAdjustedRealTime() /
+                                    benchmark::GetTimeUnitMultiplier(run.time_unit));
       const auto bytes = run.counters.find("bytes_per_second");
       if (bytes != run.counters.end()) samples.bytesPerSecond.push_back(bytes->second.value);
     }
@@ -76,6 +80,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
  private:
   struct Samples {
     std::vector<double> seconds;
+    std::vector<double> realSeconds;
     std::vector<double> bytesPerSecond;
   };
 
@@ -110,13 +115,14 @@ class RatioReporter : public benchmark::ConsoleReporter {
     return text;
   }
 
-  double Seconds(const std::string& benchmark) const {
+  double Seconds(const std::string& benchmark, bool realTime = false) const {
     const auto found = samples_.find(benchmark);
-    return found == samples_.end() ? NAN : Median(found->second.seconds);
+    if (found == samples_.end()) return NAN;
+    return Median(realTime ? found->second.realSeconds : found->second.seconds);
   }
 
   std::string Format(const Row& row) const {
-    const double library = Seconds(row.library);
+    const double library = Seconds(row.library, row.realTime);
     std::string libraryText;
     if (row.throughput) {
       const auto found = samples_.find(row.library);
@@ -127,7 +133,7 @@ class RatioReporter : public benchmark::ConsoleReporter {
     std::string peers;
     std::string ratios;
     for (const Peer& peer : row.peers) {
-      const double seconds = Seconds(peer.benchmark);
+      const double seconds = Seconds(peer.benchmark, row.realTime);
       if (!peers.empty()) peers += "; ";
       if (!ratios.empty()) ratios += " / ";
       peers += peer.label + " " + Time(seconds);

@@ -1,11 +1,14 @@
 // A tour of the library: the road of one call through a provider.
 //
 // An example service, "com.example.tasks", declares three methods with definitions of
-// their input, output and errors. The program publishes them as an interface and calls
-// them in-process the way a transport does once it has parsed a request:
+// their input, output and errors. The program publishes them as an interface in an
+// interface container and calls them in-process through the library's dispatcher, the way
+// a transport does once it has parsed a request:
 //
-//   look the method up  ->  check the input  ->  run the handler  ->  check its output
-//   or error  ->  deliver one MethodResult to the caller's callback
+//   find the interface  ->  find the method  ->  check the input  ->  run the handler  ->
+//   check its output or error  ->  deliver one MethodResult to the caller's callback
+//
+// A call registrar wraps the dispatcher and tells an observer how each call ended.
 //
 // Each scenario prints the call and the result the caller receives. Nothing a caller
 // sends and nothing a handler returns is trusted: every failure below is caught by the
@@ -13,10 +16,10 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <utility>
 
-#include "call_driver.h"
 #include "olma/core/base64.h"
 #include "olma/core/format.h"
 #include "olma/core/gzip.h"
@@ -30,6 +33,9 @@
 #include "olma/invocation/result_callback.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"
+#include "olma/provider/call_dispatcher.h"
+#include "olma/provider/call_observer.h"
+#include "olma/provider/interface_container.h"
 
 namespace {
 
@@ -154,28 +160,48 @@ StructValue::PtrType Input(const std::string& name) {
   return StructValue::GetInstance(name);
 }
 
-void Call(const AsyncApiInterface& api, int number, const std::string& heading, const std::string& methodName,
-          const DataValue::PtrConstType& input) {
+// What an embedding application might keep per call: here, one line saying how it ended.
+class PrintingObserver final : public Api::CallObserver {
+ public:
+  void OnResult(Outcome outcome) override {
+    std::cout << "observer: " << outcome << " (" << method()->ToString() << ", user "
+              << peer().userName.value_or("?") << ")\n";
+  }
+};
+
+class PrintingRegistrar final : public Olma::Observer::Detail::CallRegistrarBase {
+ public:
+  using CallRegistrarBase::CallRegistrarBase;
+
+ private:
+  Api::CallObserver::PtrType CreateObserver(const DataValue::PtrConstType&, const AsyncActivation::PtrType&,
+                                            const AsyncApiResultCb::PtrType&) const override {
+    return std::make_shared<PrintingObserver>();
+  }
+};
+
+void Call(const Olma::Core::AsyncApiProvider& provider, int number, const std::string& heading,
+          const std::string& methodName, const DataValue::PtrConstType& input) {
   std::cout << "\n== " << number << ". " << heading << " ==\n"
-            << "call:   " << api.id()->name() << "." << methodName << " " << input->ToString() << "\n";
+            << "call:   " << methodName << " " << input->ToString() << "\n";
 
   // The execution context a transport would fill from the request's headers.
   auto context = Olma::Core::ExecutionContext::GetInstance();
   context->applicationContext()["username"] = "ann";
   auto activation = AsyncActivation::GetInstance(context);
 
-  example::DispatchCall(api, methodName, input, activation,
-                        std::make_shared<AsyncApiResultCb>([](const MethodResult::PtrConstType& result,
-                                                              const Olma::Core::Progress&,
-                                                              const AsyncApiResultCb::Continuation&) {
-                          if (result) std::cout << "result: " << result->ToString() << "\n";
-                        }));
+  provider.Invoke(Olma::Core::MethodIdentifier::GetInstance(methodName), input, activation,
+                  std::make_shared<AsyncApiResultCb>([](const MethodResult::PtrConstType& result,
+                                                        const Olma::Core::Progress&,
+                                                        const AsyncApiResultCb::Continuation&) {
+                    if (result) std::cout << "result: " << result->ToString() << "\n";
+                  }));
 }
 
 // The helpers underneath: the formatter every text goes through, catalogue messages, and
 // the byte encodings a transport uses for bodies and blobs.
 void ShowCoreHelpers() {
-  std::cout << "\n== 9. The core helpers ==\n";
+  std::cout << "\n== 10. The core helpers ==\n";
   std::cout << Olma::Format("format: {1} tasks, {2:.1f}% done, id {3:08x}", 12, 62.5, 48879) << "\n";
   const Olma::Message<Olma::CoreTag> message("olma.data.bad.cast2", "Long", "Double");
   std::cout << "message: " << message.id() << " \"" << message.defaultMessage() << "\"\n";
@@ -205,38 +231,50 @@ int main() {
     for (const auto& error : method->errors()) std::cout << "Declared error: " << error->ToString() << "\n";
   }
 
+  // The provider: a container of interfaces (its checksum changes whenever the published API
+  // does), the dispatcher over it, and a registrar that observes every call.
+  const auto container = Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance({api});
+  std::cout << "API checksum: " << container->checksum() << "\n";
+  PrintingRegistrar provider(Olma::Provider::CallDispatcher::GetInstance(container));
+
   auto valid = Input("create_task_input");
   valid->SetField("title", StringValue::GetInstance("Write report"));
   valid->SetField("priority", IntegerValue::GetInstance(2));
-  Call(*api, 1, "A valid call", "create_task", valid);
+  Call(provider, 1, "A valid call", "com.example.tasks.create_task", valid);
 
   auto missing = Input("create_task_input");
   missing->SetField("title", StringValue::GetInstance("Write report"));
-  Call(*api, 2, "Input with a missing field", "create_task", missing);
+  Call(provider, 2, "Input with a missing field", "com.example.tasks.create_task", missing);
 
   auto wrongType = Input("create_task_input");
   wrongType->SetField("title", StringValue::GetInstance("Write report"));
   wrongType->SetField("priority", StringValue::GetInstance("high"));
-  Call(*api, 3, "Input with a wrongly typed field", "create_task", wrongType);
+  Call(provider, 3, "Input with a wrongly typed field", "com.example.tasks.create_task", wrongType);
 
   auto extra = Input("create_task_input");
   extra->SetField("title", StringValue::GetInstance("Write report"));
   extra->SetField("priority", IntegerValue::GetInstance(2));
   extra->SetField("owner", StringValue::GetInstance("ann"));
-  Call(*api, 4, "Input with an extra field", "create_task", extra);
+  Call(provider, 4, "Input with an extra field", "com.example.tasks.create_task", extra);
 
   auto duplicate = Input("create_task_input");
   duplicate->SetField("title", StringValue::GetInstance("Buy milk"));
   duplicate->SetField("priority", IntegerValue::GetInstance(1));
-  Call(*api, 5, "The handler raises a declared error (delivered as it is)", "create_task", duplicate);
+  Call(provider, 5, "The handler raises a declared error (delivered as it is)",
+       "com.example.tasks.create_task", duplicate);
 
   auto foreign = Input("get_task_input");
   foreign->SetField("id", IntegerValue::GetInstance(13));
-  Call(*api, 6, "The handler raises an undeclared error", "get_task", foreign);
+  Call(provider, 6, "The handler raises an undeclared error", "com.example.tasks.get_task", foreign);
 
-  Call(*api, 7, "The handler's output breaks its definition", "count_tasks", Input("count_tasks_input"));
+  Call(provider, 7, "The handler's output breaks its definition", "com.example.tasks.count_tasks",
+       Input("count_tasks_input"));
 
-  Call(*api, 8, "A method the interface does not have", "delete_task", Input("delete_task_input"));
+  Call(provider, 8, "A method the interface does not have", "com.example.tasks.delete_task",
+       Input("delete_task_input"));
+
+  Call(provider, 9, "An interface the provider does not publish", "com.example.notes.create_note",
+       Input("create_note_input"));
 
   ShowCoreHelpers();
   return 0;

@@ -18,8 +18,6 @@
 #include <string>
 #include <string_view>
 
-#include "olma/core/crc32.h"
-#include "olma/data/introspection.h"
 #include "olma/jsonrpc/call_dispatcher.h"
 #include "olma/jsonrpc/introspection_service.h"
 #include "olma/jsonrpc/server.h"
@@ -92,23 +90,6 @@ Olma::L10n::Localizer::PtrConstType MakeLocalizer(const std::string& directory) 
   return Olma::L10n::IcuLocalizer::GetInstance(std::move(bundle), std::move(locales));
 }
 
-// The API checksum: CRC-32 over the canonical text of every method's definitions, in the
-// order of interface and method names, so any change of a signature changes it.
-std::string Checksum(const Olma::JsonRpc::CallDispatcher& dispatcher) {
-  std::string text;
-  for (const auto& [interfaceName, api] : *dispatcher.interfaces()) {
-    for (const auto& [methodName, method] : api->methods()) {
-      text.append(interfaceName).append(".").append(methodName).append("(");
-      Olma::Data::RawDefinitionAdapter::Append(method->input(), ',', text);
-      text.append(")->");
-      Olma::Data::RawDefinitionAdapter::Append(method->output(), ',', text);
-      for (const auto& error : method->errors()) Olma::Data::RawDefinitionAdapter::Append(error, ',', text);
-      text.append(";");
-    }
-  }
-  return Olma::CRC32(text).Hexdigest();
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -122,14 +103,7 @@ int main(int argc, char** argv) {
   auto dispatcher = std::make_shared<Olma::JsonRpc::CallDispatcher>();
   Olma::MessageList messages;
   dispatcher->AddInterface(example::MakeTasksInterface(), messages);
-  std::weak_ptr<const Olma::JsonRpc::CallDispatcher> weak = dispatcher;
-  dispatcher->AddInterface(Olma::JsonRpc::IntrospectionService::GetInstance(dispatcher,
-                                                                            [weak] {
-                                                                              auto owner = weak.lock();
-                                                                              return owner ? Checksum(*owner)
-                                                                                           : std::string();
-                                                                            }),
-                           messages);
+  dispatcher->AddInterface(Olma::JsonRpc::IntrospectionService::GetInstance(dispatcher), messages);
 
   Olma::JsonRpc::ServerOptions& options = arguments.options;
   options.localizer = MakeLocalizer(arguments.l10nDirectory);

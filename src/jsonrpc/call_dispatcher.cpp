@@ -1,5 +1,6 @@
 #include "olma/jsonrpc/call_dispatcher.h"
 
+#include <mutex>
 #include <utility>
 
 #include "olma/data/compound_values.h"
@@ -27,24 +28,11 @@ bool StartsWith(std::string_view text, std::string_view prefix) {
 }  // namespace
 
 CallDispatcher::CallDispatcher(std::size_t maxValidationFailures)
-    : maxValidationFailures_(maxValidationFailures), interfaces_(std::make_shared<const InterfaceMap>()) {}
+    : maxValidationFailures_(maxValidationFailures),
+      container_(Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance()) {}
 
 bool CallDispatcher::AddInterface(Provider::AsyncApiInterface::PtrConstType api, MessageList& messages) {
-  const std::string& name = api->id()->name();
-  std::lock_guard<std::mutex> lock(mutex_);
-  if (interfaces_->count(name) != 0) {
-    messages.push_back(Message<CoreTag>("olma.provider.interface.already.registered", name));
-    return false;
-  }
-  auto copy = std::make_shared<InterfaceMap>(*interfaces_);
-  copy->emplace(name, std::move(api));
-  interfaces_ = std::move(copy);
-  return true;
-}
-
-std::shared_ptr<const CallDispatcher::InterfaceMap> CallDispatcher::interfaces() const {
-  std::lock_guard<std::mutex> lock(mutex_);
-  return interfaces_;
+  return container_->Add(std::move(api), messages);
 }
 
 bool CallDispatcher::Find(std::string_view fullName, Target& target, MessageList& messages) const {
@@ -52,16 +40,14 @@ bool CallDispatcher::Find(std::string_view fullName, Target& target, MessageList
   const std::string_view interfaceName =
       dot == std::string_view::npos ? std::string_view() : fullName.substr(0, dot);
   const std::string_view methodName = dot == std::string_view::npos ? fullName : fullName.substr(dot + 1);
-  const std::shared_ptr<const InterfaceMap> snapshot = interfaces();
-  const auto found = snapshot->find(interfaceName);
-  if (found == snapshot->end()) {
-    messages.push_back(Message<CoreTag>("olma.provider.interface.unknown", interfaceName));
+  Provider::AsyncApiInterface::PtrConstType api;
+  if (!container_->Find(Core::InterfaceIdentifier::GetInstance(std::string(interfaceName)), api, messages)) {
     return false;
   }
   Provider::AsyncApiMethod::PtrConstType method;
-  if (!found->second->method(methodName, method, messages)) return false;
-  target.api = found->second;
-  target.identifier = Core::MethodIdentifier::GetInstance(found->second->id(), std::string(methodName));
+  if (!api->method(methodName, method, messages)) return false;
+  target.identifier = Core::MethodIdentifier::GetInstance(api->id(), std::string(methodName));
+  target.api = std::move(api);
   target.method = std::move(method);
   return true;
 }

@@ -41,14 +41,14 @@ DataDefinition::PtrConstType MethodInfoDefinition() {
 
 void ListInterfaces(const CallDispatcher& dispatcher, const Core::AsyncApiResultCb::PtrType& resultCb) {
   auto list = Data::ListValue::GetInstance();
-  for (const auto& [name, api] : *dispatcher.interfaces()) {
+  dispatcher.container().ForEach([&list](const Provider::AsyncApiInterface::PtrConstType& api) {
     auto info = Data::StructValue::GetInstance("com.zorvex.olma.std.introspection.interface_info");
-    info->SetField("name", Data::StringValue::GetInstance(name));
+    info->SetField("name", Data::StringValue::GetInstance(api->id()->name()));
     auto methods = Data::ListValueString::GetInstance();
     for (const auto& entry : api->methods()) methods->push_back(entry.first);
     info->SetField("methods", std::move(methods));
     list->push_back(std::move(info));
-  }
+  });
   (*resultCb)(MethodResult::GetInstance(std::move(list)));
 }
 
@@ -78,7 +78,7 @@ void DescribeMethod(const CallDispatcher& dispatcher, const Data::DataValue::Ptr
 }  // namespace
 
 Provider::AsyncApiInterface::PtrConstType IntrospectionService::GetInstance(
-    std::weak_ptr<const CallDispatcher> dispatcher, ChecksumSource checksum) {
+    std::weak_ptr<const CallDispatcher> dispatcher) {
   auto list = FunctionMethod::GetInstance(
       "list", EmptyInput(), InterfaceListDefinition(), {},
       [dispatcher](const auto&, const auto&, const Core::AsyncApiResultCb::PtrType& resultCb) {
@@ -98,10 +98,10 @@ Provider::AsyncApiInterface::PtrConstType IntrospectionService::GetInstance(
       });
   auto sum = FunctionMethod::GetInstance(
       "checksum", EmptyInput(), Data::StringDefinition::GetInstance(), {},
-      [checksum = std::move(checksum)](const auto&, const auto&,
-                                       const Core::AsyncApiResultCb::PtrType& resultCb) {
-        (*resultCb)(
-            MethodResult::GetInstance(Data::StringValue::GetInstance(checksum ? checksum() : std::string())));
+      [dispatcher](const auto&, const auto&, const Core::AsyncApiResultCb::PtrType& resultCb) {
+        auto owner = dispatcher.lock();
+        (*resultCb)(MethodResult::GetInstance(
+            Data::StringValue::GetInstance(owner ? owner->container().checksum() : std::string())));
       });
   return Provider::AsyncApiInterface::GetInstance(
       Core::InterfaceIdentifier::GetInstance(std::string(kInterfaceName)), {list, get, sum});

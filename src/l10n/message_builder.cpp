@@ -2,11 +2,31 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "olma/l10n/localizer.h"
 
 namespace Olma {
+namespace {
+
+// Drops the builders of `pending` one at a time; a builder that nobody else holds has its
+// nested builders moved into `pending` first, so no destructor recurses. Builders are never
+// reached through weak pointers, so a count of one means this list is the last owner.
+template <typename Node, typename Detach>
+void ReleaseTree(std::vector<std::shared_ptr<const Node>>& pending, Detach detach) {
+  while (!pending.empty()) {
+    std::shared_ptr<const Node> node = std::move(pending.back());
+    pending.pop_back();
+    if (node && node.use_count() == 1) {
+      // Orders other threads' last reads of the node before the changes below.
+      { std::shared_ptr<const Node> order = node; }
+      detach(const_cast<Node&>(*node), pending);
+    }
+  }
+}
+
+}  // namespace
 
 // Frees chains of nested builders iteratively: a builder's destructor moves the nested
 // builders out of its arguments, and ReleaseTree empties every one of them that nobody else
@@ -34,16 +54,7 @@ struct MessageBuilderRelease {
   static void Release(MessageBuilderBase& node) {
     Pending pending;
     Detach(node, pending);
-    while (!pending.empty()) {
-      std::shared_ptr<const MessageBuilderBase> nested = std::move(pending.back());
-      pending.pop_back();
-      if (nested && nested.use_count() == 1) {
-        // The count may have dropped to one on another thread that was still reading the
-        // builder; copying and dropping the pointer orders those reads before our changes.
-        { std::shared_ptr<const MessageBuilderBase> order = nested; }
-        Detach(const_cast<MessageBuilderBase&>(*nested), pending);
-      }
-    }
+    if (!pending.empty()) ReleaseTree<MessageBuilderBase>(pending, &Detach);
   }
 };
 

@@ -23,6 +23,7 @@ TEST(Demo, EachScenarioShowsItsResult) {
   const std::string input =
       "   olma.invoke.invalid.input<Invalid input for method: com.example.tasks.create_task>\n";
   const std::string scenarios[] = {
+      "observer: Success (com.example.tasks.create_task, user ann)\n"
       "result: MR [SUCCESS] Output: {{ task : { id : 7, priority : 2, title : Write report, } }} \n",
       "result: MR [FAIL] Error: Error:\n   com.zorvex.olma.std.errors.unexpected_input\nMessages:\n" + input +
           "   olma.data.compound.field.missing<Missing field in compound: [priority] ",
@@ -32,7 +33,8 @@ TEST(Demo, EachScenarioShowsItsResult) {
           "   olma.data.compound.field.extra<Extra field in compound: [owner] ",
       "   com.example.tasks.errors.duplicate_title\nMessages:\n"
       "   com.example.tasks.duplicate<A task named 'Buy milk' exists already.>\n",
-      "   com.zorvex.olma.std.errors.internal_server_error\nMessages:\n"
+      "observer: Error (com.example.tasks.get_task, user ann)\n"
+      "result: MR [FAIL] Error: Error:\n   com.zorvex.olma.std.errors.internal_server_error\nMessages:\n"
       "   olma.bindings.method.impl.unexpected<Unexpected error for method: com.example.tasks.get_task -> "
       "com.zorvex.olma.std.errors.unauthorized>\n   com.example.tasks.not.owner<Task 13 does not belong to "
       "ann.>\n",
@@ -42,6 +44,8 @@ TEST(Demo, EachScenarioShowsItsResult) {
       "   com.zorvex.olma.std.errors.operation_not_found\nMessages:\n"
       "   olma.async.api.interface.missing.method<Interface missing method: "
       "com.example.tasks[delete_task]>\n",
+      "   com.zorvex.olma.std.errors.operation_not_found\nMessages:\n"
+      "   olma.provider.interface.unknown<Unknown interface: com.example.notes>\n",
       "format: 12 tasks, 62.5% done, id 0000beef\n"
       "message: olma.data.bad.cast2 \"Bad cast: Long -> Double\"\n"
       "gzip+base64: 40 bytes -> 76 Base64 characters -> round trip intact\n",
@@ -50,6 +54,8 @@ TEST(Demo, EachScenarioShowsItsResult) {
       "com.example.tasks.create_task\nInput: {sd{ create_task_input : { priority : INTEGER, title : STRING, "
       "} }}  "
       "\nOutput: {sd{ task : ");
+  ASSERT_NE(at, std::string::npos) << output;
+  at = output.find("API checksum: ", at);
   ASSERT_NE(at, std::string::npos) << output;
   for (std::size_t i = 0; i < std::size(scenarios); ++i) {
     SCOPED_TRACE("scenario " + std::to_string(i + 1));

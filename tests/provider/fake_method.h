@@ -2,6 +2,7 @@
 // what a result carries.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -36,6 +37,35 @@ class FakeMethod final : public Olma::Provider::AsyncApiMethod {
  private:
   std::string name_;
   DataDefinition::PtrConstType definition_;
+  Olma::Provider::ErrorDefinitionList errors_;
+};
+
+// Runs `handler` as its Invoke; declares `definition` as input and output.
+class ScriptedMethod final : public Olma::Provider::AsyncApiMethod {
+ public:
+  using Handler = std::function<void(const DataValue::PtrConstType& input,
+                                     const Olma::Core::AsyncApiResultCb::PtrType& resultCb)>;
+
+  ScriptedMethod(std::string name, DataDefinition::PtrConstType definition, Handler handler,
+                 Olma::Provider::ErrorDefinitionList errors = {})
+      : name_(std::move(name)),
+        definition_(std::move(definition)),
+        handler_(std::move(handler)),
+        errors_(std::move(errors)) {}
+
+  const std::string& name() const override { return name_; }
+  void Invoke(const Olma::Core::AsyncActivation::PtrType&, const DataValue::PtrConstType& input,
+              const Olma::Core::AsyncApiResultCb::PtrType& resultCb) const override {
+    handler_(input, resultCb);
+  }
+  DataDefinition::PtrConstType input() const override { return definition_; }
+  DataDefinition::PtrConstType output() const override { return definition_; }
+  const Olma::Provider::ErrorDefinitionList& errors() const override { return errors_; }
+
+ private:
+  std::string name_;
+  DataDefinition::PtrConstType definition_;
+  Handler handler_;
   Olma::Provider::ErrorDefinitionList errors_;
 };
 

@@ -108,12 +108,11 @@ class OLMA_API AsyncActivation final {
   void authData(AuthDataPtr value) noexcept { authData_ = std::move(value); }
 
   // Attaches the observer of this call and the method it observes; either may be empty
-  // (an unobserved call). The owner of the observer type fills the observer's peer
-  // information; ActivationHelpers::GetPeerTcpBindingInfo reads it from this context.
-  void callObserver(CallObserverPtr observer, MethodIdentifier::PtrConstType methodIdentifier) noexcept {
-    callObserver_ = std::move(observer);
-    observedMethod_ = std::move(methodIdentifier);
-  }
+  // (an unobserved call). A non-empty observer records the method and the peer facts this
+  // activation's context holds at this moment: the TCP peer's address and port, the user
+  // name and the operation id (see Api::CallObserver::Peer in olma/provider/call_observer.h,
+  // where the observer type and this operation are defined).
+  void callObserver(CallObserverPtr observer, MethodIdentifier::PtrConstType methodIdentifier);
   const CallObserverPtr& callObserver() const noexcept { return callObserver_; }
   // The method given with the observer.
   const MethodIdentifier::PtrConstType& observedMethod() const noexcept { return observedMethod_; }

@@ -1,5 +1,8 @@
 // CallDispatcher: the interfaces a server hosts, and the road of one call through them.
 //
+// The interfaces live in the library's interface container (AsyncApiInterfaceContainer), which
+// routes by interface identifier and publishes the API checksum.
+//
 // The transport resolves the method named in a request (it needs the method's input
 // definition to read the parameters), then dispatches the call:
 //
@@ -9,7 +12,9 @@
 //   if (!dispatcher->Find("com.example.tasks.create", target, messages)) { ... operation_not_found ... }
 //   dispatcher->Dispatch(target, input, activation, resultCb);
 //
-// Dispatch checks the input against the method's input definition (strict fields,
+// Unlike Olma::Provider::CallDispatcher, which the transport cannot use before it has read the
+// parameters (it needs the method's input definition for that), this one resolves first and
+// dispatches after. Dispatch checks the input against the method's input definition (strict fields,
 // permissive kinds) with a failure limit, so that a small hostile input cannot make
 // millions of messages; a bad input never reaches the handler and is answered with
 // "com.zorvex.olma.std.errors.unexpected_input" (wrong set of fields) or
@@ -18,17 +23,14 @@
 // server error) and its final result is checked with ApiMethodHelper::ValidateResult before
 // it reaches `resultCb`; progress reports pass through unchanged.
 //
-// Thread safety: interfaces may be added while calls run (the set is copied on write and a
-// call holds the snapshot it found); any number of threads may dispatch at once.
+// Thread safety: interfaces may be added while calls run (the container copies on write and a
+// call holds the interface it found); any number of threads may dispatch at once.
 #pragma once
 
 #include <cstddef>
-#include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "olma/core/export.h"
 #include "olma/core/message.h"
@@ -38,14 +40,13 @@
 #include "olma/invocation/result_callback.h"
 #include "olma/provider/async_api_interface.h"
 #include "olma/provider/async_api_method.h"
+#include "olma/provider/interface_container.h"
 
 namespace Olma {
 namespace JsonRpc {
 
 class OLMA_API CallDispatcher {
  public:
-  using InterfaceMap = std::map<std::string, Provider::AsyncApiInterface::PtrConstType, std::less<>>;
-
   // A resolved method: its interface, the method and its identifier.
   struct Target {
     Provider::AsyncApiInterface::PtrConstType api;
@@ -56,8 +57,8 @@ class OLMA_API CallDispatcher {
   // `maxValidationFailures` bounds the messages of one input check (0: no bound).
   explicit CallDispatcher(std::size_t maxValidationFailures = 100);
 
-  // Adds an interface. An interface of the same name is refused: false, with
-  // "olma.provider.interface.already.registered" appended.
+  // Adds an interface to the container. An interface of the same name is refused: false,
+  // with "olma.provider.interface.already.registered" appended.
   bool AddInterface(Provider::AsyncApiInterface::PtrConstType api, MessageList& messages);
 
   // Resolves a full method name ("com.example.tasks.create": interface name, ".", method
@@ -71,15 +72,14 @@ class OLMA_API CallDispatcher {
                 const Core::AsyncActivation::PtrType& activation,
                 const Core::AsyncApiResultCb::PtrType& resultCb) const;
 
-  // The current interfaces by name (a snapshot).
-  std::shared_ptr<const InterfaceMap> interfaces() const;
+  // The container of the interfaces: ForEach lists them, checksum() is the API checksum.
+  const Provider::AsyncApiInterfaceContainer& container() const noexcept { return *container_; }
 
   std::size_t maxValidationFailures() const noexcept { return maxValidationFailures_; }
 
  private:
   std::size_t maxValidationFailures_;
-  mutable std::mutex mutex_;
-  std::shared_ptr<const InterfaceMap> interfaces_;
+  Provider::AsyncApiInterfaceContainer::PtrType container_;
 };
 
 }  // namespace JsonRpc

@@ -5,7 +5,7 @@
 //   get       {"method": full name} -> {"name", "input", "output", "errors"}: the method's
 //                                      definitions as introspection structures
 //                                      ("com.zorvex.olma.std.introspection.operation.data_definition")
-//   checksum  {}                  -> the API checksum as text
+//   checksum  {}                  -> the interface container's API checksum (eight hex digits)
 // An unknown interface or method named in "get" is answered with
 // "com.zorvex.olma.std.errors.operation_not_found" and the dispatcher's message.
 //
@@ -14,11 +14,10 @@
 //   messages);
 //
 // The service reads the dispatcher's current interfaces at each call (it holds it weakly, so
-// registering the service in that dispatcher makes no cycle) and asks `checksum` for the
-// checksum, so both follow interfaces added later. Thread-safe as the dispatcher is.
+// registering the service in that dispatcher makes no cycle), so the list and the checksum
+// follow interfaces added later. Thread-safe as the dispatcher is.
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -32,11 +31,8 @@ namespace JsonRpc {
 
 struct OLMA_API IntrospectionService {
   static constexpr std::string_view kInterfaceName = "com.zorvex.olma.std.introspection";
-  // Returns the current checksum of the hosted API; called from any thread.
-  using ChecksumSource = std::function<std::string()>;
-
-  static Provider::AsyncApiInterface::PtrConstType GetInstance(std::weak_ptr<const CallDispatcher> dispatcher,
-                                                               ChecksumSource checksum);
+  static Provider::AsyncApiInterface::PtrConstType GetInstance(
+      std::weak_ptr<const CallDispatcher> dispatcher);
 };
 
 }  // namespace JsonRpc

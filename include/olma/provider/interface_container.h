@@ -1,0 +1,204 @@
+// The interface container: every API interface a provider publishes, keyed by interface
+// identifier, with a checksum over all of them.
+//
+// Requests are routed through Find, services are registered with Add, and checksum() tells a
+// client or a peer cheaply whether the published API has changed (CompareApis in
+// olma/provider/api_diff.h then tells what):
+//
+//   auto container = Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance();
+//   Olma::MessageList messages;
+//   container->Add(tasksApi, messages);          // false + "olma.provider.interface.already.registered"
+//   Olma::Provider::AsyncApiInterface::PtrConstType api;
+//   if (!container->Find(methodId->interfaceIdentifier(), api, messages)) {
+//     // "olma.provider.interface.unknown"
+//   }
+//
+// The container is a copy-on-write snapshot: the current interface map is published behind a
+// shared pointer and never changed once published. Readers copy that pointer under a very
+// short lock and then work on the snapshot without any lock; Add copies the map, inserts, and
+// publishes the copy with its new checksum, starting again when another Add published first.
+// A container only grows: there is no removal.
+//
+// The checksum is the CRC-32 (eight lower-case hex digits) of, for each interface in name
+// order: its name; then for each method in name order: the method's name, the canonical text
+// (RawDefinitionAdapter, olma/data/introspection.h) of its input definition, of its output
+// definition and of each declared error definition in declaration order. The canonical texts
+// are written with kChecksumSeparator, a blank, between their pieces; nothing stands between
+// the names and texts themselves. A client that recomputes the checksum from introspection
+// data must do the same. An empty container has the checksum "00000000".
+//
+// Thread safety: AsyncApiInterfaceConcurrentContainer<std::mutex> may be used from any number
+// of threads at once, including a ForEach callback that calls Add (it sees the snapshot it
+// started with). AsyncApiInterfaceConcurrentContainer<DummyMutex> locks nothing and is for
+// one thread only.
+#pragma once
+
+#include <functional>
+#include <list>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+
+#include "olma/core/export.h"
+#include "olma/core/message.h"
+#include "olma/invocation/identifiers.h"
+#include "olma/provider/async_api_interface.h"
+
+namespace Olma {
+namespace Provider {
+
+// Interfaces by identifier, ordered by the identifiers' names (an empty pointer first).
+using InterfaceMap =
+    std::map<Core::InterfaceIdentifier::PtrConstType, AsyncApiInterface::PtrConstType, Core::PointeeLess>;
+using InterfaceList = std::list<AsyncApiInterface::PtrConstType>;
+
+// The separator the checksum passes to the canonical text of each definition.
+inline constexpr char kChecksumSeparator = ' ';
+
+class OLMA_API AsyncApiInterfaceContainer {
+ public:
+  using PtrType = std::shared_ptr<AsyncApiInterfaceContainer>;
+  using PtrConstType = std::shared_ptr<const AsyncApiInterfaceContainer>;
+  using Function = std::function<void(const AsyncApiInterface::PtrConstType&)>;
+
+  AsyncApiInterfaceContainer() = default;
+  AsyncApiInterfaceContainer(const AsyncApiInterfaceContainer&) = delete;
+  AsyncApiInterfaceContainer& operator=(const AsyncApiInterfaceContainer&) = delete;
+
+  // Registers `interface`. Returns true and publishes a new snapshot with a new checksum; or,
+  // when an interface with an equal identifier is registered already, appends
+  // "olma.provider.interface.already.registered" ("Interface already registered: {1}", the
+  // interface name) to the end of `messages`, returns false and changes nothing. An empty
+  // `interface` is a programming error: std::invalid_argument.
+  virtual bool Add(AsyncApiInterface::PtrConstType interface, MessageList& messages) = 0;
+
+  // Looks an interface up by identifier. Found: sets `interface`, returns true. Not found:
+  // appends "olma.provider.interface.unknown" ("Unknown interface: {1}", the identifier's
+  // name, empty for an empty pointer) to the end of `messages`, returns false and leaves
+  // `interface` unchanged.
+  virtual bool Find(Core::InterfaceIdentifier::PtrConstType interfaceIdentifier,
+                    AsyncApiInterface::PtrConstType& interface, MessageList& messages) const = 0;
+
+  // Calls `function` for every interface of the current snapshot, in identifier order,
+  // holding no lock: interfaces added meanwhile (also by `function`) are not seen.
+  virtual void ForEach(const Function& function) const = 0;
+
+  // The checksum of the current snapshot (see the top of this file).
+  virtual std::string checksum() const = 0;
+
+  virtual ~AsyncApiInterfaceContainer();
+};
+
+// A mutex that does nothing, for a container used from one thread.
+struct DummyMutex {
+  void lock() noexcept {}
+  void unlock() noexcept {}
+};
+
+// Holds a lock for a scope.
+template <class Mutex>
+using LockGuard = std::lock_guard<Mutex>;
+
+struct OLMA_API ProviderHelper {
+  // The map entry of `interface`: (its id(), it).
+  static InterfaceMap::value_type MakeInterfacePair(const AsyncApiInterface::PtrConstType& interface);
+
+  // Inserts every interface of the list in list order; an identifier present already keeps
+  // its first interface, silently. Empty pointers are skipped.
+  static void BuildMap(const InterfaceList& interfaces, InterfaceMap& map);
+
+  // Inserts `interface`; reports a duplicate as Add does.
+  static bool AddInterface(InterfaceMap& map, const AsyncApiInterface::PtrConstType& interface,
+                           MessageList& messages);
+
+  // The checksum of the interfaces of `map` (see the top of this file).
+  static std::string Checksum(const InterfaceMap& map);
+
+  // Appends the "olma.provider.interface.unknown" message for `interfaceIdentifier`.
+  static void ReportUnknown(const Core::InterfaceIdentifier::PtrConstType& interfaceIdentifier,
+                            MessageList& messages);
+};
+
+template <class Mutex>
+class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceContainer {
+  struct PrivateTag {
+    explicit PrivateTag() = default;
+  };
+
+ public:
+  using PtrType = std::shared_ptr<AsyncApiInterfaceConcurrentContainer>;
+
+  // An empty container.
+  static PtrType GetInstance() {
+    return std::make_shared<AsyncApiInterfaceConcurrentContainer>(PrivateTag());
+  }
+
+  // A container holding `interfaces`; of several with one identifier the first is kept,
+  // without a message.
+  static PtrType GetInstance(const InterfaceList& interfaces) {
+    auto map = std::make_shared<InterfaceMap>();
+    ProviderHelper::BuildMap(interfaces, *map);
+    return std::make_shared<AsyncApiInterfaceConcurrentContainer>(PrivateTag(), std::move(map));
+  }
+
+  bool Add(AsyncApiInterface::PtrConstType interface, MessageList& messages) override {
+    for (;;) {
+      const std::shared_ptr<const InterfaceMap> snapshot = Snapshot();
+      auto map = std::make_shared<InterfaceMap>(*snapshot);
+      if (!ProviderHelper::AddInterface(*map, interface, messages)) return false;
+      LockGuard<Mutex> guard(mutex_);
+      if (state_.interfaces != snapshot) continue;  // another Add published first: redo on its map
+      std::string checksum = ProviderHelper::Checksum(*map);
+      state_.checksum.swap(checksum);
+      state_.interfaces = std::move(map);
+      return true;
+    }
+  }
+
+  bool Find(Core::InterfaceIdentifier::PtrConstType interfaceIdentifier,
+            AsyncApiInterface::PtrConstType& interface, MessageList& messages) const override {
+    const std::shared_ptr<const InterfaceMap> snapshot = Snapshot();
+    const auto found = snapshot->find(interfaceIdentifier);
+    if (found == snapshot->end()) {
+      ProviderHelper::ReportUnknown(interfaceIdentifier, messages);
+      return false;
+    }
+    interface = found->second;
+    return true;
+  }
+
+  void ForEach(const Function& function) const override {
+    const std::shared_ptr<const InterfaceMap> snapshot = Snapshot();
+    for (const auto& entry : *snapshot) function(entry.second);
+  }
+
+  std::string checksum() const override {
+    LockGuard<Mutex> guard(mutex_);
+    return state_.checksum;
+  }
+
+  // Only the factories can name the tag.
+  explicit AsyncApiInterfaceConcurrentContainer(
+      PrivateTag, std::shared_ptr<const InterfaceMap> interfaces = std::make_shared<const InterfaceMap>())
+      : state_{ProviderHelper::Checksum(*interfaces), std::move(interfaces)} {}
+
+ private:
+  // A published snapshot: the map and its checksum. The map is never changed again.
+  struct State {
+    std::string checksum;
+    std::shared_ptr<const InterfaceMap> interfaces;
+  };
+
+  std::shared_ptr<const InterfaceMap> Snapshot() const {
+    LockGuard<Mutex> guard(mutex_);
+    return state_.interfaces;
+  }
+
+  mutable Mutex mutex_;
+  State state_;
+};
+
+}  // namespace Provider
+}  // namespace Olma
