@@ -7,7 +7,7 @@ set -euo pipefail
 packages=(g++ cmake ninja-build pkg-config gzip coreutils
           libboost1.81-dev zlib1g-dev libgtest-dev libgmock-dev
           libssl-dev openssl libboost-json1.81-dev curl
-          libicu-dev tzdata clang libclang-rt-14-dev "$@")
+          libicu-dev tzdata clang libclang-rt-14-dev python3 "$@")
 
 missing=()
 for package in "${packages[@]}"; do
