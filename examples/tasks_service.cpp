@@ -58,7 +58,8 @@ class TaskStore {
 
   Task Add(std::string title, long long priority, std::vector<std::string> tags) {
     Olma::DateTime created;
-    Olma::DateTime::Create(std::chrono::system_clock::now(), created);
+    // The clock's present always lies within the years a DateTime holds.
+    static_cast<void>(Olma::DateTime::Create(std::chrono::system_clock::now(), created));
     std::lock_guard<std::mutex> lock(mutex_);
     Task task{nextId_++, std::move(title), priority, std::move(tags), created.text()};
     tasks_.emplace(task.id, task);
