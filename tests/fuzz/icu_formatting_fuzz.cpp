@@ -33,7 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   localizer->integerFormatter()(number, spec.formatPreference(), result);
   localizer->doubleFormatter()(real, number % 40 - 1, spec.formatPreference(), result);
   Olma::DateTime when;
-  Olma::DateTime::Create(number % 253402300799, when);
+  // Instants the type refuses leave `when` at its default, which is as good an input.
+  static_cast<void>(Olma::DateTime::Create(number % 253402300799, when));
   const auto style = static_cast<Olma::L10n::DateTimeFormat::EnumType>(size % 14);
   localizer->formatDateTime(when, style, parts[2], spec, result);
   return 0;
