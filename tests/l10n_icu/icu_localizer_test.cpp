@@ -10,8 +10,8 @@
 #include <gtest/gtest.h>
 
 #include "core/external_tool.h"
-#include "olma/l10n/l10n_category.h"
 #include "olma/data/values.h"
+#include "olma/l10n/l10n_category.h"
 #include "olma/l10n/message_wire.h"
 
 namespace {

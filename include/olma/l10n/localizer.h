@@ -69,7 +69,7 @@ class OLMA_API Localizer {
   const IntegerFormatter& integerFormatter() const noexcept { return integerFormatter_; }
   const DoubleFormatter& doubleFormatter() const noexcept { return doubleFormatter_; }
 
-  // `when` in the spec's format locale and time zone, in one of the twelve styles or, for
+  // `when` in the locale spec's format locale and time zone, in one of the twelve styles or, for
   // DateTimeFormat::CUSTOM, with `pattern`.
   virtual std::string formatDateTime(const DateTime& when, DateTimeFormat format, std::string_view pattern,
                                      const LocaleSpec& spec, std::error_code& ec) const = 0;
