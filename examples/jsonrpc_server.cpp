@@ -108,11 +108,13 @@ int main(int argc, char** argv) {
   Olma::JsonRpc::ServerOptions& options = arguments.options;
   options.localizer = MakeLocalizer(arguments.l10nDirectory);
   options.stopOnSignals = true;
-  options.callLog = [](const Olma::JsonRpc::CallRecord& call) {
-    std::cerr << "call " << call.method << " from " << call.clientAddress << ": " << call.outcome
-              << (call.errorName.empty() ? "" : " ") << call.errorName << " (" << call.duration.count()
-              << " us)\n";
-  };
+  if (arguments.callLog) {
+    options.callLog = [](const Olma::JsonRpc::CallRecord& call) {
+      std::cerr << "call " << call.method << " from " << call.clientAddress << ": " << call.outcome
+                << (call.errorName.empty() ? "" : " ") << call.errorName << " (" << call.duration.count()
+                << " us)\n";
+    };
+  }
   Olma::JsonRpc::Server server(options, dispatcher);
   boost::system::error_code ec;
   if (!server.Start(ec)) {

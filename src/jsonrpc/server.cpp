@@ -3,19 +3,21 @@
 #include <algorithm>
 #include <atomic>
 #include <cctype>
+#include <charconv>
 #include <condition_variable>
-#include <list>
 #include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
 #include <vector>
 
-#include <boost/asio/bind_executor.hpp>
+#include <boost/asio/dispatch.hpp>
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/signal_set.hpp>
-#include <boost/asio/strand.hpp>
+#include <boost/asio/steady_timer.hpp>
+#include <boost/asio/write.hpp>
 #include <boost/beast/core.hpp>
 #include <boost/beast/http.hpp>
 #include <boost/json/value.hpp>
@@ -76,34 +78,47 @@ Data::DataDefinition::PtrConstType ErrorDefinitionFor(const Provider::AsyncApiMe
 
 }  // namespace
 
+// Each I/O thread owns an io_context with its connections: a connection lives on one thread
+// from accept to close, so its handlers need no strand and the scheduler no lock between
+// threads. Timeouts are deadlines that a periodic sweep per thread compares with the clock;
+// moving a deadline is a store, not a timer re-arm, which matters when it moves twice a
+// request.
 struct Server::Impl : std::enable_shared_from_this<Server::Impl> {
   class Session;
 
-  Impl(ServerOptions serverOptions, std::shared_ptr<const CallDispatcher> callDispatcher)
-      : options(std::move(serverOptions)),
-        dispatcher(std::move(callDispatcher)),
-        io(static_cast<int>(std::max(1u, options.threads))),
-        acceptor(net::make_strand(io)),
-        work(net::make_work_guard(io)) {}
+  struct Worker {
+    Worker() : io(1), sweep(io), guard(net::make_work_guard(io)) {}
+
+    net::io_context io;
+    net::steady_timer sweep;
+    net::executor_work_guard<net::io_context::executor_type> guard;
+    // The connections of this thread; touched only on it.
+    std::vector<std::weak_ptr<Session>> sessions;
+    std::thread thread;
+  };
+
+  Impl(ServerOptions serverOptions, std::shared_ptr<const CallDispatcher> callDispatcher);
 
   void Accept();
-  std::vector<std::shared_ptr<Session>> OpenSessions();
-  void Register(const std::shared_ptr<Session>& session);
+  void Sweep(Worker& worker);
+  // Runs `action` on every open connection, on the connection's own thread.
+  template <typename Action>
+  void ForEachSession(Action action);
+  void Register();
   void Unregister();
 
   ServerOptions options;
   std::shared_ptr<const CallDispatcher> dispatcher;
-  net::io_context io;
+  std::vector<std::unique_ptr<Worker>> workers;
   tcp::acceptor acceptor;
+  std::size_t nextWorker = 0;  // only the acceptor's handler touches it
   std::optional<net::signal_set> signals;
-  net::executor_work_guard<net::io_context::executor_type> work;
-  std::vector<std::thread> threads;
+  std::chrono::milliseconds sweepInterval;
   std::atomic<bool> stopping{false};
   unsigned short boundPort = 0;
 
   std::mutex mutex;
   std::condition_variable drained;
-  std::list<std::weak_ptr<Session>> sessions;
   std::size_t liveSessions = 0;
   bool stopRequested = false;
   bool stopped = false;
@@ -111,85 +126,111 @@ struct Server::Impl : std::enable_shared_from_this<Server::Impl> {
 
 class Server::Impl::Session : public std::enable_shared_from_this<Session> {
  public:
-  Session(std::shared_ptr<Impl> server, tcp::socket socket)
-      : server_(std::move(server)), stream_(std::move(socket)) {
+  Session(std::shared_ptr<Impl> server, Worker& worker, tcp::socket socket)
+      : server_(std::move(server)), worker_(worker), socket_(std::move(socket)) {
     boost::system::error_code ec;
-    const tcp::endpoint peer = stream_.socket().remote_endpoint(ec);
+    const tcp::endpoint peer = socket_.remote_endpoint(ec);
     if (!ec) {
       peerAddress_ = peer.address().to_string();
       peerPort_ = peer.port();
     }
+    // Answers are written at once and only wait when the socket is not ready.
+    socket_.non_blocking(true, ec);
+    server_->Register();
   }
 
   ~Session() { server_->Unregister(); }
 
   void Start() {
-    net::dispatch(stream_.get_executor(), [self = shared_from_this()] { self->WaitForRequest(); });
-  }
-
-  // Runs on the connection's strand: closes it if it is waiting for a next request.
-  void CloseIfIdle() {
-    net::dispatch(stream_.get_executor(), [self = shared_from_this()] {
-      if (self->idle_) self->Close();
+    net::dispatch(socket_.get_executor(), [self = shared_from_this()] {
+      self->worker_.sessions.push_back(self);
+      self->WaitForRequest();
     });
   }
 
+  // Called on the connection's thread by the sweep.
+  void CheckDeadline(Clock::time_point now) {
+    if (now >= deadline_) Close();
+  }
+
+  // Closes the connection if it is waiting for a next request (a stop in progress).
+  void CloseIfIdle() {
+    if (idle_) Close();
+  }
+
   // Closes the connection whatever it is doing (a stop that ran out of patience).
-  void ForceClose() {
-    net::dispatch(stream_.get_executor(), [self = shared_from_this()] { self->Close(); });
+  void Close() {
+    if (closed_) return;
+    closed_ = true;
+    deadline_ = Clock::time_point::max();
+    beast::error_code ignored;
+    socket_.shutdown(tcp::socket::shutdown_send, ignored);
+    socket_.close(ignored);
   }
 
  private:
+  static constexpr std::size_t kReadChunk = 16 * 1024;
+
   void WaitForRequest() {
     if (server_->stopping) return Close();
-    if (buffer_.size() > 0) return ReadHeader();  // a pipelined request is already here
+    if (buffer_.size() > 0) {  // a pipelined request is already here
+      BeginRequest();
+      return Parse();
+    }
     idle_ = true;
-    stream_.expires_after(server_->options.idleTimeout);
-    stream_.async_read_some(buffer_.prepare(4096),
-                            [self = shared_from_this()](beast::error_code ec, std::size_t bytes) {
-                              self->idle_ = false;
-                              if (ec) return self->Close();
-                              self->buffer_.commit(bytes);
-                              self->ReadHeader();
-                            });
+    deadline_ = Clock::now() + server_->options.idleTimeout;
+    WaitForBytes();
   }
 
-  void ReadHeader() {
+  void BeginRequest() {
+    idle_ = false;
+    deadline_ = Clock::now() + server_->options.requestTimeout;
     parser_.emplace();
     parser_->header_limit(kHeaderLimit);
     parser_->body_limit(server_->options.maxBodyBytes);
-    stream_.expires_after(server_->options.requestTimeout);
-    http::async_read_header(
-        stream_, buffer_, *parser_,
-        [self = shared_from_this()](beast::error_code ec, std::size_t) { self->OnHeader(ec); });
+    headerSeen_ = false;
   }
 
-  void OnHeader(beast::error_code ec) {
-    if (ec) return OnReadError(ec);
+  // Once a read drained the socket, the event loop queues the next one without a system
+  // call and performs it when the socket becomes readable: one read per request.
+  void WaitForBytes() {
+    socket_.async_read_some(buffer_.prepare(kReadChunk),
+                            [self = shared_from_this()](beast::error_code ec, std::size_t bytes) {
+                              if (ec || self->closed_) return self->Close();  // hung up, reset or closed
+                              self->buffer_.commit(bytes);
+                              if (self->idle_) self->BeginRequest();
+                              self->Parse();
+                            });
+  }
+
+  void Parse() {
+    beast::error_code ec;
+    while (!parser_->is_done()) {
+      if (buffer_.size() == 0) return WaitForBytes();
+      buffer_.consume(parser_->put(buffer_.data(), ec));
+      if (ec == http::error::need_more) return WaitForBytes();
+      if (ec) return OnReadError(ec);
+      if (!headerSeen_ && parser_->is_header_done()) {
+        headerSeen_ = true;
+        if (ExpectsContinue()) return;
+      }
+    }
+    deadline_ = Clock::time_point::max();  // the handler's time is not the client's
+    Handle(parser_->release());
+  }
+
+  // Answers "Expect: 100-continue" before the body is read; true when the parse goes on
+  // after that answer (or a refusal) is written.
+  bool ExpectsContinue() {
     const auto& request = parser_->get();
     const auto expect = request.find(http::field::expect);
-    if (expect != request.end() && Lower(expect->value()) == "100-continue") {
-      if (parser_->content_length() && *parser_->content_length() > server_->options.maxBodyBytes) {
-        return SendStatus(http::status::payload_too_large, "Request exceeds max size\n");
-      }
-      auto interim = std::make_shared<http::response<http::empty_body>>(http::status::continue_, 11);
-      http::async_write(stream_, *interim,
-                        [self = shared_from_this(), interim](beast::error_code error, std::size_t) {
-                          if (error) return self->Close();
-                          self->ReadBody();
-                        });
-      return;
+    if (expect == request.end() || Lower(expect->value()) != "100-continue") return false;
+    if (parser_->content_length() && *parser_->content_length() > server_->options.maxBodyBytes) {
+      SendStatus(http::status::payload_too_large, "Request exceeds max size\n");
+      return true;
     }
-    ReadBody();
-  }
-
-  void ReadBody() {
-    http::async_read(stream_, buffer_, *parser_,
-                     [self = shared_from_this()](beast::error_code ec, std::size_t) {
-                       if (ec) return self->OnReadError(ec);
-                       self->stream_.expires_never();
-                       self->Handle(self->parser_->release());
-                     });
+    Write(std::string("HTTP/1.1 100 Continue\r\n\r\n"), [](Session& self) { self.Parse(); });
+    return true;
   }
 
   void OnReadError(beast::error_code ec) {
@@ -203,7 +244,7 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
     if (malformed) {
       return SendStatus(http::status::bad_request, "Malformed request\n");
     }
-    Close();  // timeout, reset, or a request cut short: nobody to answer
+    Close();  // a request cut short: nobody to answer
   }
 
   void Handle(http::request<http::string_body> request) {
@@ -302,7 +343,7 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
             const Core::MethodResult::PtrConstType& result, const Core::Progress&,
             const Core::AsyncApiResultCb::Continuation&) {
           if (!result) return;  // progress: the answer is the final result
-          net::post(self->stream_.get_executor(), [self, call, target, localizer, clientAddress, result] {
+          net::dispatch(self->socket_.get_executor(), [self, call, target, localizer, clientAddress, result] {
             self->Answer(*call, target, localizer.get(), clientAddress, result);
           });
         });
@@ -347,75 +388,148 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
   }
 
   void SendJson(std::string body) {
-    auto response = std::make_shared<http::response<http::string_body>>(http::status::ok, 11);
-    response->set(http::field::content_type, "application/json");
+    const char* encoding = nullptr;
     if (acceptGzip_ && body.size() >= server_->options.gzipMinBytes) {
       MessageList messages;
       ByteVector packed = Gzip::Compress(body, messages, 6);
       if (messages.empty()) {
         body.assign(packed.begin(), packed.end());
-        response->set(http::field::content_encoding, "gzip");
+        encoding = "gzip";
       }
-      response->set(http::field::vary, "Accept-Encoding");
     }
-    response->body() = std::move(body);
-    Send(std::move(response), keepAlive_);
+    Send(http::status::ok, "application/json", body, keepAlive_, encoding, acceptGzip_);
   }
 
   void SendStatus(http::status status, std::string_view text, bool keepAlive = false) {
-    auto response = std::make_shared<http::response<http::string_body>>(status, 11);
-    response->set(http::field::content_type, "text/plain");
-    if (status == http::status::method_not_allowed) response->set(http::field::allow, "POST");
-    response->body() = std::string(text);
-    Send(std::move(response), keepAlive);
+    Send(status, "text/plain", text, keepAlive, nullptr, false);
   }
 
-  void Send(std::shared_ptr<http::response<http::string_body>> response, bool keepAlive) {
+  // Writes a whole response; the connection then waits for the next request or closes.
+  void Send(http::status status, std::string_view contentType, std::string_view body, bool keepAlive,
+            const char* contentEncoding, bool varies) {
     keepAlive = keepAlive && !server_->stopping;
-    response->keep_alive(keepAlive);
-    response->prepare_payload();
-    stream_.expires_after(server_->options.requestTimeout);
-    http::async_write(stream_, *response,
-                      [self = shared_from_this(), response, keepAlive](beast::error_code ec, std::size_t) {
-                        if (ec || !keepAlive) return self->Close();
-                        self->WaitForRequest();
-                      });
+    std::string response = ResponseHead(status, contentType, body.size(), keepAlive, contentEncoding, varies);
+    response.append(body);
+    if (!keepAlive) return Write(std::move(response), [](Session& self) { self.Close(); });
+    Write(std::move(response), [](Session& self) { self.WaitForRequest(); });
   }
 
-  void Close() {
-    beast::error_code ignored;
-    stream_.socket().shutdown(tcp::socket::shutdown_send, ignored);
-    stream_.socket().close(ignored);
+  static std::string ResponseHead(http::status status, std::string_view contentType, std::size_t length,
+                                  bool keepAlive, const char* contentEncoding, bool varies) {
+    std::string head;
+    head.reserve(160 + length);
+    head.append("HTTP/1.1 ");
+    char number[24];
+    head.append(number, std::to_chars(number, number + sizeof number, static_cast<unsigned>(status)).ptr);
+    head.push_back(' ');
+    const beast::string_view reason = http::obsolete_reason(status);
+    head.append(reason.data(), reason.size());
+    head.append("\r\nContent-Type: ").append(contentType);
+    head.append("\r\nContent-Length: ");
+    head.append(number, std::to_chars(number, number + sizeof number, length).ptr);
+    if (status == http::status::method_not_allowed) head.append("\r\nAllow: POST");
+    if (contentEncoding) head.append("\r\nContent-Encoding: ").append(contentEncoding);
+    if (varies) head.append("\r\nVary: Accept-Encoding");
+    if (!keepAlive) head.append("\r\nConnection: close");
+    head.append("\r\n\r\n");
+    return head;
+  }
+
+  // Writes `bytes`, then runs `next`. A socket that takes everything at once (the usual case
+  // for an answer) needs no trip through the event loop; only the rest of a partial write waits.
+  void Write(std::string bytes, void (*next)(Session&)) {
+    out_ = std::move(bytes);
+    deadline_ = Clock::now() + server_->options.requestTimeout;
+    beast::error_code ec;
+    const std::size_t written = socket_.write_some(net::buffer(out_), ec);
+    if (ec && ec != net::error::would_block) return Close();
+    if (!ec && written == out_.size()) {
+      // Requests already buffered are parsed from the event loop, so that a client
+      // pipelining thousands of requests cannot deepen this call stack.
+      if (buffer_.size() > 0) {
+        return net::post(socket_.get_executor(), [self = shared_from_this(), next] { next(*self); });
+      }
+      return next(*this);
+    }
+    net::async_write(socket_, net::buffer(out_.data() + written, out_.size() - written),
+                     [self = shared_from_this(), next](beast::error_code error, std::size_t) {
+                       if (error) return self->Close();
+                       next(*self);
+                     });
   }
 
   std::shared_ptr<Impl> server_;
-  beast::tcp_stream stream_;
+  Worker& worker_;
+  tcp::socket socket_;
   beast::flat_buffer buffer_;
   std::optional<http::request_parser<http::string_body>> parser_;
+  std::string out_;
   std::string peerAddress_;
   std::uint32_t peerPort_ = 0;
   Clock::time_point started_;
+  Clock::time_point deadline_ = Clock::time_point::max();
   bool idle_ = false;
+  bool headerSeen_ = false;
+  bool closed_ = false;
   bool keepAlive_ = false;
   bool acceptGzip_ = false;
 };
 
+Server::Impl::Impl(ServerOptions serverOptions, std::shared_ptr<const CallDispatcher> callDispatcher)
+    : options(std::move(serverOptions)),
+      dispatcher(std::move(callDispatcher)),
+      workers([this] {
+        std::vector<std::unique_ptr<Worker>> made;
+        for (unsigned i = 0; i < std::max(1u, options.threads); ++i)
+          made.push_back(std::make_unique<Worker>());
+        return made;
+      }()),
+      acceptor(workers.front()->io),
+      sweepInterval(std::clamp(std::min(options.idleTimeout, options.requestTimeout) / 8,
+                               std::chrono::milliseconds(5), std::chrono::milliseconds(250))) {}
+
 void Server::Impl::Accept() {
-  acceptor.async_accept(net::make_strand(io),
-                        [self = shared_from_this()](beast::error_code ec, tcp::socket socket) {
+  Worker& worker = *workers[nextWorker];
+  nextWorker = (nextWorker + 1) % workers.size();
+  acceptor.async_accept(worker.io,
+                        [self = shared_from_this(), &worker](beast::error_code ec, tcp::socket socket) {
                           if (ec || self->stopping) return;  // the acceptor was closed
-                          auto session = std::make_shared<Session>(self, std::move(socket));
-                          self->Register(session);
-                          session->Start();
+                          std::make_shared<Session>(self, worker, std::move(socket))->Start();
                           self->Accept();
                         });
 }
 
-void Server::Impl::Register(const std::shared_ptr<Session>& session) {
+void Server::Impl::Sweep(Worker& worker) {
+  worker.sweep.expires_after(sweepInterval);
+  worker.sweep.async_wait([self = shared_from_this(), &worker](beast::error_code ec) {
+    if (ec) return;  // cancelled: the server is stopping its threads
+    const Clock::time_point now = Clock::now();
+    auto& sessions = worker.sessions;
+    sessions.erase(std::remove_if(sessions.begin(), sessions.end(),
+                                  [now](const std::weak_ptr<Session>& entry) {
+                                    const auto session = entry.lock();
+                                    if (session) session->CheckDeadline(now);
+                                    return !session;
+                                  }),
+                   sessions.end());
+    self->Sweep(worker);
+  });
+}
+
+template <typename Action>
+void Server::Impl::ForEachSession(Action action) {
+  for (const auto& worker : workers) {
+    net::post(worker->io, [worker = worker.get(), action] {
+      for (const auto& entry : worker->sessions) {
+        if (const auto session = entry.lock()) action(*session);
+      }
+    });
+  }
+}
+
+void Server::Impl::Register() {
   std::lock_guard<std::mutex> lock(mutex);
   ++liveSessions;
-  sessions.remove_if([](const std::weak_ptr<Session>& entry) { return entry.expired(); });
-  sessions.push_back(session);
 }
 
 void Server::Impl::Unregister() {
@@ -451,8 +565,9 @@ bool Server::Start(boost::system::error_code& ec) {
     });
   }
   impl_->Accept();
-  for (unsigned i = 0; i < std::max(1u, impl_->options.threads); ++i) {
-    impl_->threads.emplace_back([impl = impl_] { impl->io.run(); });
+  for (const auto& worker : impl_->workers) {
+    impl_->Sweep(*worker);
+    worker->thread = std::thread([worker = worker.get()] { worker->io.run(); });
   }
   return true;
 }
@@ -461,17 +576,8 @@ unsigned short Server::port() const noexcept {
   return impl_->boundPort;
 }
 
-std::vector<std::shared_ptr<Server::Impl::Session>> Server::Impl::OpenSessions() {
-  std::vector<std::shared_ptr<Session>> open;
-  std::lock_guard<std::mutex> lock(mutex);
-  for (const auto& entry : sessions) {
-    if (auto session = entry.lock()) open.push_back(std::move(session));
-  }
-  return open;
-}
-
 void Server::Stop() {
-  if (impl_->threads.empty()) {  // never started: nothing runs, nothing to drain
+  if (!impl_->workers.front()->thread.joinable()) {  // never started: nothing runs, nothing to drain
     impl_->stopping = true;
     return;
   }
@@ -481,26 +587,27 @@ void Server::Stop() {
     impl_->drained.wait(lock, [this] { return impl_->stopped; });
     return;
   }
-  net::dispatch(impl_->acceptor.get_executor(), [impl = impl_] {
+  net::post(impl_->acceptor.get_executor(), [impl = impl_] {
     beast::error_code ignored;
     impl->acceptor.close(ignored);
     if (impl->signals) impl->signals->cancel(ignored);
   });
-  for (const auto& session : impl_->OpenSessions()) session->CloseIfIdle();
+  impl_->ForEachSession([](Impl::Session& session) { session.CloseIfIdle(); });
   bool drained = false;
   {
     std::unique_lock<std::mutex> lock(impl_->mutex);
     drained = impl_->drained.wait_for(lock, impl_->options.drainTimeout,
                                       [this] { return impl_->liveSessions == 0; });
   }
-  if (!drained) {
-    for (const auto& session : impl_->OpenSessions()) session->ForceClose();
+  if (!drained) impl_->ForEachSession([](Impl::Session& session) { session.Close(); });
+  // Without the guard and the sweep, a thread returns once its last connection's handlers ran.
+  for (const auto& worker : impl_->workers) {
+    net::post(worker->io, [worker = worker.get()] {
+      worker->sweep.cancel();
+      worker->guard.reset();
+    });
   }
-  // Without the guard the threads return once the last connection's handlers have run.
-  impl_->work.reset();
-  for (std::thread& thread : impl_->threads) {
-    if (thread.joinable()) thread.join();
-  }
+  for (const auto& worker : impl_->workers) worker->thread.join();
   std::lock_guard<std::mutex> lock(impl_->mutex);
   impl_->stopped = true;
   impl_->drained.notify_all();
