@@ -31,9 +31,11 @@ class Server:
     def __init__(self, *extra):
         self.dir = tempfile.TemporaryDirectory()
         port_file = os.path.join(self.dir.name, "port")
+        # Files, not pipes: a pipe nobody reads until the stop would block the call log.
+        self.out = open(os.path.join(self.dir.name, "out"), "w+")
+        self.err = open(os.path.join(self.dir.name, "err"), "w+")
         self.process = subprocess.Popen(
-            [SERVER, "--port", "0", "--port-file", port_file, *extra],
-            stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+            [SERVER, "--port", "0", "--port-file", port_file, *extra], stdout=self.out, stderr=self.err, text=True)
         deadline = time.monotonic() + TIMEOUT
         while not (os.path.exists(port_file) and open(port_file).read().strip()):
             if time.monotonic() > deadline or self.process.poll() is not None:
@@ -44,9 +46,14 @@ class Server:
 
     def stop(self):
         self.process.send_signal(signal.SIGTERM)
-        out, err = self.process.communicate(timeout=TIMEOUT)
+        self.process.wait(timeout=TIMEOUT)
+        output = []
+        for stream in (self.out, self.err):
+            stream.seek(0)
+            output.append(stream.read())
+            stream.close()
         self.dir.cleanup()
-        return self.process.returncode, out, err
+        return (self.process.returncode, *output)
 
 
 def call(method, params=None, ident=1):
@@ -236,6 +243,19 @@ class KeepAlive(ServerTestCase):
                 self.assertEqual(status, 200)
                 answer = json.loads(body)
                 self.assertEqual((answer["id"], answer["result"]["title"]), (i, "t%d" % i))
+
+    def test_thousands_of_pipelined_requests_in_one_burst(self):
+        # Answers to buffered requests must not nest: a deep burst would exhaust the stack.
+        body = call("com.example.tasks.count", {}).encode()
+        request = b"POST / HTTP/1.1\r\nHost: x\r\nContent-Length: %d\r\n\r\n%s" % (len(body), body)
+        count = 3000
+        with socket.create_connection(("127.0.0.1", self.server.port), timeout=TIMEOUT) as sock:
+            sender = threading.Thread(target=sock.sendall, args=(request * count,))
+            sender.start()
+            stream = sock.makefile("rb")
+            statuses = [read_response(stream)[0] for _ in range(count)]
+            sender.join(TIMEOUT)
+        self.assertEqual(statuses, [200] * count)
 
     def test_concurrent_keep_alive_clients_lose_and_double_nothing(self):
         seen = []

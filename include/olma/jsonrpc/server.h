@@ -23,7 +23,10 @@
 //  - a method other than POST: 405; a Content-Encoding other than gzip or identity: 415;
 //  - no first byte within idleTimeout, or the rest of the request not within
 //    requestTimeout: the connection is closed (no thread waits for a slow client: all I/O
-//    is asynchronous on a pool of `threads` threads);
+//    is asynchronous on a pool of `threads` threads, each serving its own connections).
+//    Deadlines are checked every eighth of the shorter timeout (between 5 and 250 ms), so
+//    a connection may outlive its deadline by that much. An answer being written must
+//    also be taken by the client within requestTimeout;
 //  - JSON nested deeper than maxJsonDepth, malformed JSON, wrong call shapes: JSON-RPC errors.
 // Bodies with "Content-Encoding: gzip" are inflated with Olma::Gzip under the body ceiling;
 // answers of gzipMinBytes or more are compressed when "Accept-Encoding" names gzip.
