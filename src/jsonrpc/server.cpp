@@ -79,7 +79,7 @@ Data::DataDefinition::PtrConstType ErrorDefinitionFor(const Provider::AsyncApiMe
 struct Server::Impl : std::enable_shared_from_this<Server::Impl> {
   class Session;
 
-  Impl(ServerOptions serverOptions, std::shared_ptr<const CallDispatcher> callDispatcher)
+  Impl(ServerOptions serverOptions, Provider::CallDispatcher::PtrConstType callDispatcher)
       : options(std::move(serverOptions)),
         dispatcher(std::move(callDispatcher)),
         io(static_cast<int>(std::max(1u, options.threads))),
@@ -92,7 +92,7 @@ struct Server::Impl : std::enable_shared_from_this<Server::Impl> {
   void Unregister();
 
   ServerOptions options;
-  std::shared_ptr<const CallDispatcher> dispatcher;
+  Provider::CallDispatcher::PtrConstType dispatcher;
   net::io_context io;
   tcp::acceptor acceptor;
   std::optional<net::signal_set> signals;
@@ -260,8 +260,8 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
     std::error_code localeError;
     L10n::RequestLocalizer::PtrConstType localizer;
 
-    CallDispatcher::Target target;
-    if (!server_->dispatcher->Find(call->method, target, messages)) {
+    Provider::CallDispatcher::Target target;
+    if (!server_->dispatcher->Resolve(call->method, target, messages)) {
       localizer = EarlyLocalizer(*context, headers);
       return SendJson(Protocol::WriteError(call->idJson, ErrorCode::kMethodNotFound, kOperationNotFound,
                                            messages, localizer.get()));
@@ -306,7 +306,7 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
             self->Answer(*call, target, localizer.get(), clientAddress, result);
           });
         });
-    server_->dispatcher->Dispatch(target, input, activation, resultCb);
+    server_->dispatcher->Invoke(target, input, activation, resultCb);
   }
 
   // The request localizer for answers given before the method is known.
@@ -323,7 +323,7 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
     return L10n::RequestLocalizer::FromContext(server_->options.localizer, context, ec);
   }
 
-  void Answer(const Request& call, const CallDispatcher::Target& target,
+  void Answer(const Request& call, const Provider::CallDispatcher::Target& target,
               const L10n::RequestLocalizer* localizer, const std::string& clientAddress,
               const Core::MethodResult::PtrConstType& result) {
     std::string errorName;
@@ -424,7 +424,7 @@ void Server::Impl::Unregister() {
   drained.notify_all();
 }
 
-Server::Server(ServerOptions options, std::shared_ptr<const CallDispatcher> dispatcher)
+Server::Server(ServerOptions options, Provider::CallDispatcher::PtrConstType dispatcher)
     : impl_(std::make_shared<Impl>(std::move(options), std::move(dispatcher))) {}
 
 Server::~Server() {
