@@ -29,6 +29,34 @@ void RequireCall(const Core::AsyncActivation::PtrType& activation,
   }
 }
 
+// The interface, then the method: the lookup of Resolve and of Invoke. Inlined into both, being
+// on the path of every call.
+[[gnu::always_inline]] inline bool Find(const AsyncApiInterfaceContainer& container,
+                                        const Core::MethodIdentifier& methodIdentifier,
+                                        AsyncApiInterface::PtrConstType& api,
+                                        AsyncApiMethod::PtrConstType& method, MessageList& messages) {
+  return container.Find(methodIdentifier.interfaceIdentifier(), api, messages) &&
+         api->method(methodIdentifier.name(), method, messages);
+}
+
+// Everything after the lookup: the road Invoke and Invoke of a target share.
+[[gnu::always_inline]] inline void InvokeFound(const AsyncApiInterface::PtrConstType& api,
+                                               const AsyncApiMethod::PtrConstType& method,
+                                               const Data::DataValue::PtrConstType& input,
+                                               const Core::AsyncActivation::PtrType& activation,
+                                               const AsyncApiResultCb::PtrType& resultCallback,
+                                               const Detail::DropLogPtr& log,
+                                               const CallDispatcherOptions& options) {
+  const QualifiedMethodName name(api->id()->name(), method->name());
+  MethodResult::PtrConstType rejected;
+  if (!ApiMethodHelper::ValidateInput(name, method->input(), input, rejected, options.maxInputFailures)) {
+    (*resultCallback)(rejected);
+    return;
+  }
+  Detail::RunHandler(name, *method, activation, input,
+                     std::make_shared<Detail::Delivery>(resultCallback, api, method, log));
+}
+
 }  // namespace
 
 CallDispatcher::PtrConstType CallDispatcher::GetInstance(AsyncApiInterfaceContainer::PtrConstType container,
@@ -49,19 +77,12 @@ std::string CallDispatcher::ToString() const {
   return "CallDispatcher";
 }
 
-bool CallDispatcher::Find(const Core::MethodIdentifier& methodIdentifier,
-                          AsyncApiInterface::PtrConstType& api, AsyncApiMethod::PtrConstType& method,
-                          MessageList& messages) const {
-  return container_->Find(methodIdentifier.interfaceIdentifier(), api, messages) &&
-         api->method(methodIdentifier.name(), method, messages);
-}
-
 bool CallDispatcher::Resolve(const Core::MethodIdentifier::PtrConstType& methodIdentifier, Target& target,
                              MessageList& messages) const {
   if (!methodIdentifier) throw std::invalid_argument("CallDispatcher::Resolve: empty method identifier");
   AsyncApiInterface::PtrConstType api;
   AsyncApiMethod::PtrConstType method;
-  if (!Find(*methodIdentifier, api, method, messages)) return false;
+  if (!Find(*container_, *methodIdentifier, api, method, messages)) return false;
   target = Target{std::move(api), std::move(method), methodIdentifier};
   return true;
 }
@@ -80,12 +101,12 @@ void CallDispatcher::Invoke(const Core::MethodIdentifier::PtrConstType& methodId
   MessageList messages;
   AsyncApiInterface::PtrConstType api;
   AsyncApiMethod::PtrConstType method;
-  if (!Find(*methodIdentifier, api, method, messages)) {
+  if (!Find(*container_, *methodIdentifier, api, method, messages)) {
     (*resultCallback)(
         MethodResult::GetErrorInstance(Data::ErrorValue::Create(std::string(kOperationNotFound), messages)));
     return;
   }
-  InvokeFound(api, method, input, activation, resultCallback);
+  InvokeFound(api, method, input, activation, resultCallback, log_, options_);
 }
 
 void CallDispatcher::Invoke(const Target& target, const Data::DataValue::PtrConstType& input,
@@ -93,22 +114,7 @@ void CallDispatcher::Invoke(const Target& target, const Data::DataValue::PtrCons
                             const AsyncApiResultCb::PtrType& resultCallback) const {
   if (!target.api || !target.method) throw std::invalid_argument("CallDispatcher::Invoke: unresolved target");
   RequireCall(activation, resultCallback);
-  InvokeFound(target.api, target.method, input, activation, resultCallback);
-}
-
-void CallDispatcher::InvokeFound(const AsyncApiInterface::PtrConstType& api,
-                                 const AsyncApiMethod::PtrConstType& method,
-                                 const Data::DataValue::PtrConstType& input,
-                                 const Core::AsyncActivation::PtrType& activation,
-                                 const AsyncApiResultCb::PtrType& resultCallback) const {
-  const QualifiedMethodName name(api->id()->name(), method->name());
-  MethodResult::PtrConstType rejected;
-  if (!ApiMethodHelper::ValidateInput(name, method->input(), input, rejected, options_.maxInputFailures)) {
-    (*resultCallback)(rejected);
-    return;
-  }
-  Detail::RunHandler(name, *method, activation, input,
-                     std::make_shared<Detail::Delivery>(resultCallback, api, method, log_));
+  InvokeFound(target.api, target.method, input, activation, resultCallback, log_, options_);
 }
 
 }  // namespace Provider

@@ -1,6 +1,5 @@
 #include "provider/delivery.h"
 
-#include <exception>
 #include <string>
 #include <string_view>
 
@@ -16,14 +15,6 @@ constexpr std::string_view kDroppedId = "olma.provider.result.dropped";
 constexpr std::string_view kDroppedTemplate = "Dropped a final result for method: {1} -> {2}";
 
 }  // namespace
-
-Core::AsyncApiResultCb::PtrType Delivery::HandlerCallback(const std::shared_ptr<Delivery>& delivery) {
-  return std::make_shared<Core::AsyncApiResultCb>(
-      [delivery](const Core::MethodResult::PtrConstType& result, const Core::Progress& progress,
-                 const Core::AsyncApiResultCb::Continuation& next) {
-        delivery->Receive(result, progress, next);
-      });
-}
 
 void Delivery::Receive(const Core::MethodResult::PtrConstType& result, const Core::Progress& progress,
                        const Core::AsyncApiResultCb::Continuation& next) {
@@ -61,23 +52,12 @@ Core::AsyncApiResultCb::Continuation Delivery::Continue(
   };
 }
 
-void RunHandler(QualifiedMethodName name, const AsyncApiMethod& method,
-                const Core::AsyncActivation::PtrType& activation, const Data::DataValue::PtrConstType& input,
-                const std::shared_ptr<Delivery>& delivery) {
-  std::string reason;
-  try {
-    method.Invoke(activation, input, Delivery::HandlerCallback(delivery));
-    return;
-  } catch (const std::exception& exception) {
-    reason = exception.what();
-  } catch (...) {
-    reason = "unknown exception";
-  }
+void FinishWithException(QualifiedMethodName name, std::string_view reason, Delivery& delivery) {
   MessageList messages;
   messages.push_back(Message<CoreTag>("olma.invoke.unknown.error", name.str(), reason));
-  delivery->Finish(Core::MethodResult::GetErrorInstance(
-                       Data::ErrorValue::Create(std::string(kInternalServerError), messages)),
-                   Core::AsyncApiResultCb::Continuation(), false);
+  delivery.Finish(Core::MethodResult::GetErrorInstance(
+                      Data::ErrorValue::Create(std::string(kInternalServerError), messages)),
+                  Core::AsyncApiResultCb::Continuation(), false);
 }
 
 }  // namespace Detail

@@ -13,7 +13,9 @@
 #pragma once
 
 #include <atomic>
+#include <exception>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 #include "olma/core/message.h"
@@ -47,7 +49,13 @@ class Delivery {
         log_(std::move(log)) {}
 
   // The callback the handler answers through.
-  static Core::AsyncApiResultCb::PtrType HandlerCallback(const std::shared_ptr<Delivery>& delivery);
+  static Core::AsyncApiResultCb::PtrType HandlerCallback(const std::shared_ptr<Delivery>& delivery) {
+    return std::make_shared<Core::AsyncApiResultCb>(
+        [delivery](const Core::MethodResult::PtrConstType& result, const Core::Progress& progress,
+                   const Core::AsyncApiResultCb::Continuation& next) {
+          delivery->Receive(result, progress, next);
+        });
+  }
 
   // Delivers `result` unless a final result went out already (then it is dropped), checked
   // first when `check` and the delivery checks.
@@ -69,13 +77,25 @@ class Delivery {
   std::atomic<bool> done_{false};
 };
 
+// Delivers the error result for a handler that threw (see RunHandler).
+void FinishWithException(QualifiedMethodName name, std::string_view reason, Delivery& delivery);
+
 // Runs `method` with the handler callback of `delivery`. Whatever the handler throws becomes
 // "com.zorvex.olma.std.errors.internal_server_error" with "olma.invoke.unknown.error" (`name`,
 // the exception's what() or "unknown exception"), delivered unless a final result went out
-// first: nothing the handler throws escapes.
-void RunHandler(QualifiedMethodName name, const AsyncApiMethod& method,
-                const Core::AsyncActivation::PtrType& activation, const Data::DataValue::PtrConstType& input,
-                const std::shared_ptr<Delivery>& delivery);
+// first: nothing the handler throws escapes. Inline, being on the path of every call.
+inline void RunHandler(QualifiedMethodName name, const AsyncApiMethod& method,
+                       const Core::AsyncActivation::PtrType& activation,
+                       const Data::DataValue::PtrConstType& input,
+                       const std::shared_ptr<Delivery>& delivery) {
+  try {
+    method.Invoke(activation, input, Delivery::HandlerCallback(delivery));
+  } catch (const std::exception& exception) {
+    FinishWithException(name, exception.what(), *delivery);
+  } catch (...) {
+    FinishWithException(name, "unknown exception", *delivery);
+  }
+}
 
 }  // namespace Detail
 }  // namespace Provider

@@ -130,13 +130,6 @@ class OLMA_API CallDispatcher final : public Core::AsyncApiProvider {
   ~CallDispatcher() override;
 
  private:
-  bool Find(const Core::MethodIdentifier& methodIdentifier, AsyncApiInterface::PtrConstType& api,
-            AsyncApiMethod::PtrConstType& method, MessageList& messages) const;
-  void InvokeFound(const AsyncApiInterface::PtrConstType& api, const AsyncApiMethod::PtrConstType& method,
-                   const Data::DataValue::PtrConstType& input,
-                   const Core::AsyncActivation::PtrType& activation,
-                   const Core::AsyncApiResultCb::PtrType& resultCallback) const;
-
   AsyncApiInterfaceContainer::PtrConstType container_;
   // Shared with the calls in flight, which may outlive the dispatcher.
   std::shared_ptr<const LogFunction> log_;
