@@ -15,14 +15,16 @@
 #include <fstream>
 #include <iostream>
 #include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 
-#include "olma/jsonrpc/call_dispatcher.h"
 #include "olma/jsonrpc/introspection_service.h"
 #include "olma/jsonrpc/server.h"
 #include "olma/l10n/localization_bundle.h"
 #include "olma/l10n_icu/icu_localizer.h"
+#include "olma/provider/call_dispatcher.h"
+#include "olma/provider/interface_container.h"
 #include "tasks_service.h"
 
 namespace {
@@ -100,10 +102,14 @@ int main(int argc, char** argv) {
                  " [--request-timeout-ms MS] [--call-log on|off] [--l10n DIR] [--port-file PATH]\n";
     return 2;
   }
-  auto dispatcher = std::make_shared<Olma::JsonRpc::CallDispatcher>();
+  // Clients are not trusted: one bad input reports at most 100 failures.
+  Olma::Provider::CallDispatcherOptions checks;
+  checks.maxInputFailures = 100;
+  auto container = Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance();
+  auto dispatcher = Olma::Provider::CallDispatcher::GetInstance(container, {}, checks);
   Olma::MessageList messages;
-  dispatcher->AddInterface(example::MakeTasksInterface(), messages);
-  dispatcher->AddInterface(Olma::JsonRpc::IntrospectionService::GetInstance(dispatcher), messages);
+  container->Add(example::MakeTasksInterface(), messages);
+  container->Add(Olma::JsonRpc::IntrospectionService::GetInstance(dispatcher), messages);
 
   Olma::JsonRpc::ServerOptions& options = arguments.options;
   options.localizer = MakeLocalizer(arguments.l10nDirectory);

@@ -39,9 +39,10 @@ DataDefinition::PtrConstType MethodInfoDefinition() {
                                               {"errors", Data::ListDefinition::GetInstance(definition)}});
 }
 
-void ListInterfaces(const CallDispatcher& dispatcher, const Core::AsyncApiResultCb::PtrType& resultCb) {
+void ListInterfaces(const Provider::CallDispatcher& dispatcher,
+                    const Core::AsyncApiResultCb::PtrType& resultCb) {
   auto list = Data::ListValue::GetInstance();
-  dispatcher.container().ForEach([&list](const Provider::AsyncApiInterface::PtrConstType& api) {
+  dispatcher.container()->ForEach([&list](const Provider::AsyncApiInterface::PtrConstType& api) {
     auto info = Data::StructValue::GetInstance("com.zorvex.olma.std.introspection.interface_info");
     info->SetField("name", Data::StringValue::GetInstance(api->id()->name()));
     auto methods = Data::ListValueString::GetInstance();
@@ -52,13 +53,13 @@ void ListInterfaces(const CallDispatcher& dispatcher, const Core::AsyncApiResult
   (*resultCb)(MethodResult::GetInstance(std::move(list)));
 }
 
-void DescribeMethod(const CallDispatcher& dispatcher, const Data::DataValue::PtrConstType& input,
+void DescribeMethod(const Provider::CallDispatcher& dispatcher, const Data::DataValue::PtrConstType& input,
                     const Core::AsyncApiResultCb::PtrType& resultCb) {
   const auto& fields = static_cast<const Data::CompoundValue&>(*input).fields();
   const std::string& fullName = static_cast<const Data::StringValue&>(*fields.at("method")).value();
   MessageList messages;
-  CallDispatcher::Target target;
-  if (!dispatcher.Find(fullName, target, messages)) {
+  Provider::CallDispatcher::Target target;
+  if (!dispatcher.Resolve(fullName, target, messages)) {
     (*resultCb)(
         MethodResult::GetErrorInstance(Data::ErrorValue::Create(std::string(kOperationNotFound), messages)));
     return;
@@ -78,7 +79,7 @@ void DescribeMethod(const CallDispatcher& dispatcher, const Data::DataValue::Ptr
 }  // namespace
 
 Provider::AsyncApiInterface::PtrConstType IntrospectionService::GetInstance(
-    std::weak_ptr<const CallDispatcher> dispatcher) {
+    std::weak_ptr<const Provider::CallDispatcher> dispatcher) {
   auto list = FunctionMethod::GetInstance(
       "list", EmptyInput(), InterfaceListDefinition(), {},
       [dispatcher](const auto&, const auto&, const Core::AsyncApiResultCb::PtrType& resultCb) {
@@ -101,7 +102,7 @@ Provider::AsyncApiInterface::PtrConstType IntrospectionService::GetInstance(
       [dispatcher](const auto&, const auto&, const Core::AsyncApiResultCb::PtrType& resultCb) {
         auto owner = dispatcher.lock();
         (*resultCb)(MethodResult::GetInstance(
-            Data::StringValue::GetInstance(owner ? owner->container().checksum() : std::string())));
+            Data::StringValue::GetInstance(owner ? owner->container()->checksum() : std::string())));
       });
   return Provider::AsyncApiInterface::GetInstance(
       Core::InterfaceIdentifier::GetInstance(std::string(kInterfaceName)), {list, get, sum});

@@ -97,7 +97,7 @@ struct Server::Impl : std::enable_shared_from_this<Server::Impl> {
     std::thread thread;
   };
 
-  Impl(ServerOptions serverOptions, std::shared_ptr<const CallDispatcher> callDispatcher);
+  Impl(ServerOptions serverOptions, Provider::CallDispatcher::PtrConstType callDispatcher);
 
   void Accept();
   void Sweep(Worker& worker);
@@ -108,7 +108,7 @@ struct Server::Impl : std::enable_shared_from_this<Server::Impl> {
   void Unregister();
 
   ServerOptions options;
-  std::shared_ptr<const CallDispatcher> dispatcher;
+  Provider::CallDispatcher::PtrConstType dispatcher;
   std::vector<std::unique_ptr<Worker>> workers;
   tcp::acceptor acceptor;
   std::size_t nextWorker = 0;  // only the acceptor's handler touches it
@@ -301,8 +301,8 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
     std::error_code localeError;
     L10n::RequestLocalizer::PtrConstType localizer;
 
-    CallDispatcher::Target target;
-    if (!server_->dispatcher->Find(call->method, target, messages)) {
+    Provider::CallDispatcher::Target target;
+    if (!server_->dispatcher->Resolve(call->method, target, messages)) {
       localizer = EarlyLocalizer(*context, headers);
       return SendJson(Protocol::WriteError(call->idJson, ErrorCode::kMethodNotFound, kOperationNotFound,
                                            messages, localizer.get()));
@@ -347,7 +347,7 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
             self->Answer(*call, target, localizer.get(), clientAddress, result);
           });
         });
-    server_->dispatcher->Dispatch(target, input, activation, resultCb);
+    server_->dispatcher->Invoke(target, input, activation, resultCb);
   }
 
   // The request localizer for answers given before the method is known.
@@ -364,7 +364,7 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
     return L10n::RequestLocalizer::FromContext(server_->options.localizer, context, ec);
   }
 
-  void Answer(const Request& call, const CallDispatcher::Target& target,
+  void Answer(const Request& call, const Provider::CallDispatcher::Target& target,
               const L10n::RequestLocalizer* localizer, const std::string& clientAddress,
               const Core::MethodResult::PtrConstType& result) {
     std::string errorName;
@@ -475,7 +475,7 @@ class Server::Impl::Session : public std::enable_shared_from_this<Session> {
   bool acceptGzip_ = false;
 };
 
-Server::Impl::Impl(ServerOptions serverOptions, std::shared_ptr<const CallDispatcher> callDispatcher)
+Server::Impl::Impl(ServerOptions serverOptions, Provider::CallDispatcher::PtrConstType callDispatcher)
     : options(std::move(serverOptions)),
       dispatcher(std::move(callDispatcher)),
       workers([this] {
@@ -538,7 +538,7 @@ void Server::Impl::Unregister() {
   drained.notify_all();
 }
 
-Server::Server(ServerOptions options, std::shared_ptr<const CallDispatcher> dispatcher)
+Server::Server(ServerOptions options, Provider::CallDispatcher::PtrConstType dispatcher)
     : impl_(std::make_shared<Impl>(std::move(options), std::move(dispatcher))) {}
 
 Server::~Server() {

@@ -1,13 +1,15 @@
 #include "olma/provider/api_method_helper.h"
 
 #include <array>
-#include <exception>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 
 #include "olma/data/definitions.h"
 #include "olma/data/localizable_message.h"
+#include "olma/data/validator.h"
+#include "provider/delivery.h"
 
 namespace Olma {
 namespace Provider {
@@ -71,10 +73,10 @@ Core::MethodResult::PtrConstType ErrorResult(std::string_view errorName, const M
 bool ApiMethodHelper::ValidateInput(QualifiedMethodName methodName,
                                     const DataDefinition::PtrConstType& inputDefinition,
                                     const DataValue::PtrConstType& input,
-                                    Core::MethodResult::PtrConstType& result) {
+                                    Core::MethodResult::PtrConstType& result, std::size_t maxFailures) {
   MessageList messages;
-  if (DataDefinition::Validate<Data::StrictMatch, Data::ValidatorModePermissive>(inputDefinition, input,
-                                                                                 messages)) {
+  if (Data::DataValidator::Validate<Data::StrictMatch, Data::ValidatorModePermissive>(
+          inputDefinition, input, messages, maxFailures)) {
     return true;
   }
   const bool wrongFields = !messages.empty() && StartsWith(messages.front().id(), kCompoundFieldPrefix);
@@ -131,19 +133,7 @@ void ApiMethodHelper::InvokeHandler(QualifiedMethodName methodName, const AsyncA
                                     const Core::AsyncActivation::PtrType& activation,
                                     const DataValue::PtrConstType& input,
                                     const Core::AsyncApiResultCb::PtrType& resultCb) {
-  std::string reason;
-  try {
-    method.Invoke(activation, input, resultCb);
-    return;
-  } catch (const std::exception& exception) {
-    reason = exception.what();
-  } catch (...) {
-    reason = "unknown exception";
-  }
-  if (!*resultCb) return;  // the final result went out before the handler threw
-  MessageList messages;
-  messages.push_back(Message<CoreTag>("olma.invoke.unknown.error", methodName.str(), reason));
-  (*resultCb)(ErrorResult(kInternalServerError, messages));
+  Detail::RunHandler(methodName, method, activation, input, std::make_shared<Detail::Delivery>(resultCb));
 }
 
 void ApiMethodHelper::CopyErrorMessages(const Data::ListValue::PtrConstType& messagesValue,

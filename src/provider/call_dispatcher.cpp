@@ -1,15 +1,13 @@
 #include "olma/provider/call_dispatcher.h"
 
-#include <atomic>
-#include <exception>
 #include <iostream>
 #include <stdexcept>
-#include <string_view>
 #include <utility>
 
 #include "olma/data/compound_values.h"
 #include "olma/invocation/method_result.h"
 #include "olma/provider/api_method_helper.h"
+#include "provider/delivery.h"
 
 namespace Olma {
 namespace Provider {
@@ -19,95 +17,59 @@ using Core::AsyncApiResultCb;
 using Core::MethodResult;
 
 constexpr std::string_view kOperationNotFound = "com.zorvex.olma.std.errors.operation_not_found";
-constexpr std::string_view kInternalServerError = "com.zorvex.olma.std.errors.internal_server_error";
-constexpr std::string_view kDroppedId = "olma.provider.result.dropped";
-constexpr std::string_view kDroppedTemplate = "Dropped a final result for method: {1} -> {2}";
-
-using LogPtr = std::shared_ptr<const CallDispatcher::LogFunction>;
-
-MethodResult::PtrConstType ErrorResult(std::string_view name, const MessageList& messages) {
-  return MethodResult::GetErrorInstance(Data::ErrorValue::Create(std::string(name), messages));
-}
-
-// One delivery in flight: the handler's answer is checked against `method` and handed to
-// `deliver` at most once. The flag, not the handler's callback, decides which final result
-// wins, because the handler may answer on one thread while its Invoke throws on another.
-class Delivery {
- public:
-  Delivery(AsyncApiInterface::PtrConstType api, AsyncApiMethod::PtrConstType method,
-           AsyncApiResultCb::PtrType deliver, LogPtr log) noexcept
-      : api_(std::move(api)),
-        method_(std::move(method)),
-        deliver_(std::move(deliver)),
-        log_(std::move(log)) {}
-
-  // The callback the handler answers through.
-  static AsyncApiResultCb::PtrType HandlerCallback(const std::shared_ptr<Delivery>& delivery) {
-    return std::make_shared<AsyncApiResultCb>([delivery](const MethodResult::PtrConstType& result,
-                                                         const Core::Progress& progress,
-                                                         const AsyncApiResultCb::Continuation& next) {
-      delivery->Receive(result, progress, next);
-    });
-  }
-
-  void Receive(const MethodResult::PtrConstType& result, const Core::Progress& progress,
-               const AsyncApiResultCb::Continuation& next) {
-    if (!result) {
-      if (!done_.load(std::memory_order_acquire)) (*deliver_)(nullptr, progress, Continue(next));
-      return;
-    }
-    Finish(result, next, true);
-  }
-
-  // Delivers `result` (checked first when `check`) unless a final result went out already;
-  // then it is dropped and logged.
-  void Finish(const MethodResult::PtrConstType& result, const AsyncApiResultCb::Continuation& next,
-              bool check) {
-    if (done_.exchange(true, std::memory_order_acq_rel)) {
-      (*log_)(Log::Warning, MakeMessage(kDroppedId, kDroppedTemplate, Name().str(), result->ToString()));
-      return;
-    }
-    (*deliver_)(check ? ApiMethodHelper::ValidateResult(Name(), *method_, result) : result, Core::Progress(),
-                Continue(next));
-  }
-
-  QualifiedMethodName Name() const noexcept {
-    return QualifiedMethodName(api_->id()->name(), method_->name());
-  }
-
- private:
-  // A continuation of the handler's stream, as the consumer sees it: the next item comes
-  // through a fresh delivery with the same checks.
-  AsyncApiResultCb::Continuation Continue(const AsyncApiResultCb::Continuation& next) const {
-    if (!next) return next;
-    return [api = api_, method = method_, log = log_, next](const AsyncApiResultCb::PtrType& consumer) {
-      next(HandlerCallback(std::make_shared<Delivery>(api, method, consumer, log)));
-    };
-  }
-
-  AsyncApiInterface::PtrConstType api_;
-  AsyncApiMethod::PtrConstType method_;
-  AsyncApiResultCb::PtrType deliver_;
-  LogPtr log_;
-  std::atomic<bool> done_{false};
-};
 
 void LogToStandardError(Log::SeverityLevel level, const BaseMessage& message) {
   std::clog << level << ": " << message.id() << ": " << message.defaultMessage() << std::endl;
 }
 
+void RequireCall(const Core::AsyncActivation::PtrType& activation,
+                 const AsyncApiResultCb::PtrType& resultCallback) {
+  if (!activation || !resultCallback) {
+    throw std::invalid_argument("CallDispatcher::Invoke: empty activation or callback");
+  }
+}
+
+// The interface, then the method: the lookup of Resolve and of Invoke. Inlined into both, being
+// on the path of every call.
+[[gnu::always_inline]] inline bool Find(const AsyncApiInterfaceContainer& container,
+                                        const Core::MethodIdentifier& methodIdentifier,
+                                        AsyncApiInterface::PtrConstType& api,
+                                        AsyncApiMethod::PtrConstType& method, MessageList& messages) {
+  return container.Find(methodIdentifier.interfaceIdentifier(), api, messages) &&
+         api->method(methodIdentifier.name(), method, messages);
+}
+
+// Everything after the lookup: the road Invoke and Invoke of a target share.
+[[gnu::always_inline]] inline void InvokeFound(const AsyncApiInterface::PtrConstType& api,
+                                               const AsyncApiMethod::PtrConstType& method,
+                                               const Data::DataValue::PtrConstType& input,
+                                               const Core::AsyncActivation::PtrType& activation,
+                                               const AsyncApiResultCb::PtrType& resultCallback,
+                                               const Detail::DropLogPtr& log,
+                                               const CallDispatcherOptions& options) {
+  const QualifiedMethodName name(api->id()->name(), method->name());
+  MethodResult::PtrConstType rejected;
+  if (!ApiMethodHelper::ValidateInput(name, method->input(), input, rejected, options.maxInputFailures)) {
+    (*resultCallback)(rejected);
+    return;
+  }
+  Detail::RunHandler(name, *method, activation, input,
+                     std::make_shared<Detail::Delivery>(resultCallback, api, method, log));
+}
+
 }  // namespace
 
 CallDispatcher::PtrConstType CallDispatcher::GetInstance(AsyncApiInterfaceContainer::PtrConstType container,
-                                                         LogFunction log) {
+                                                         LogFunction log, CallDispatcherOptions options) {
   if (!container) throw std::invalid_argument("CallDispatcher::GetInstance: empty container");
-  return std::make_shared<const CallDispatcher>(PrivateTag(), std::move(container), std::move(log));
+  return std::make_shared<const CallDispatcher>(PrivateTag(), std::move(container), std::move(log), options);
 }
 
 CallDispatcher::CallDispatcher(PrivateTag, AsyncApiInterfaceContainer::PtrConstType container,
-                               LogFunction log)
+                               LogFunction log, CallDispatcherOptions options)
     : container_(std::move(container)),
-      log_(std::make_shared<const LogFunction>(log ? std::move(log) : LogFunction(&LogToStandardError))) {}
+      log_(std::make_shared<const LogFunction>(log ? std::move(log) : LogFunction(&LogToStandardError))),
+      options_(options) {}
 
 CallDispatcher::~CallDispatcher() = default;
 
@@ -115,39 +77,44 @@ std::string CallDispatcher::ToString() const {
   return "CallDispatcher";
 }
 
+bool CallDispatcher::Resolve(const Core::MethodIdentifier::PtrConstType& methodIdentifier, Target& target,
+                             MessageList& messages) const {
+  if (!methodIdentifier) throw std::invalid_argument("CallDispatcher::Resolve: empty method identifier");
+  AsyncApiInterface::PtrConstType api;
+  AsyncApiMethod::PtrConstType method;
+  if (!Find(*container_, *methodIdentifier, api, method, messages)) return false;
+  target = Target{std::move(api), std::move(method), methodIdentifier};
+  return true;
+}
+
+bool CallDispatcher::Resolve(std::string_view fullName, Target& target, MessageList& messages) const {
+  return Resolve(Core::MethodIdentifier::GetInstance(fullName), target, messages);
+}
+
 void CallDispatcher::Invoke(const Core::MethodIdentifier::PtrConstType& methodIdentifier,
                             const Data::DataValue::PtrConstType& input,
                             const Core::AsyncActivation::PtrType& activation,
                             const AsyncApiResultCb::PtrType& resultCallback) const {
-  if (!methodIdentifier || !activation || !resultCallback) {
-    throw std::invalid_argument("CallDispatcher::Invoke: empty method identifier, activation or callback");
-  }
+  if (!methodIdentifier) throw std::invalid_argument("CallDispatcher::Invoke: empty method identifier");
+  RequireCall(activation, resultCallback);
+  // The lookup of Resolve, without building a target the call does not keep.
   MessageList messages;
   AsyncApiInterface::PtrConstType api;
   AsyncApiMethod::PtrConstType method;
-  if (!container_->Find(methodIdentifier->interfaceIdentifier(), api, messages) ||
-      !api->method(methodIdentifier->name(), method, messages)) {
-    (*resultCallback)(ErrorResult(kOperationNotFound, messages));
+  if (!Find(*container_, *methodIdentifier, api, method, messages)) {
+    (*resultCallback)(
+        MethodResult::GetErrorInstance(Data::ErrorValue::Create(std::string(kOperationNotFound), messages)));
     return;
   }
-  MethodResult::PtrConstType rejected;
-  if (!ApiMethodHelper::ValidateInput(QualifiedMethodName(api->id()->name(), method->name()), method->input(),
-                                      input, rejected)) {
-    (*resultCallback)(rejected);
-    return;
-  }
-  const auto delivery = std::make_shared<Delivery>(api, method, resultCallback, log_);
-  std::string reason;
-  try {
-    method->Invoke(activation, input, Delivery::HandlerCallback(delivery));
-    return;
-  } catch (const std::exception& exception) {
-    reason = exception.what();
-  } catch (...) {
-    reason = "unknown exception";
-  }
-  messages.push_back(Message<CoreTag>("olma.invoke.unknown.error", delivery->Name().str(), reason));
-  delivery->Finish(ErrorResult(kInternalServerError, messages), AsyncApiResultCb::Continuation(), false);
+  InvokeFound(api, method, input, activation, resultCallback, log_, options_);
+}
+
+void CallDispatcher::Invoke(const Target& target, const Data::DataValue::PtrConstType& input,
+                            const Core::AsyncActivation::PtrType& activation,
+                            const AsyncApiResultCb::PtrType& resultCallback) const {
+  if (!target.api || !target.method) throw std::invalid_argument("CallDispatcher::Invoke: unresolved target");
+  RequireCall(activation, resultCallback);
+  InvokeFound(target.api, target.method, input, activation, resultCallback, log_, options_);
 }
 
 }  // namespace Provider

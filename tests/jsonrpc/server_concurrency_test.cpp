@@ -3,6 +3,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -22,6 +23,8 @@
 #include "olma/data/scalar_values.h"
 #include "olma/invocation/method_result.h"
 #include "olma/jsonrpc/function_method.h"
+#include "olma/provider/call_dispatcher.h"
+#include "olma/provider/interface_container.h"
 
 namespace {
 
@@ -32,7 +35,7 @@ using namespace Olma::Data;
 using Olma::Core::MethodResult;
 
 // Interface "t": echo {"n"} -> n at once; slow {"n"} -> n after 200 ms on a thread of its own.
-std::shared_ptr<Olma::JsonRpc::CallDispatcher> MakeDispatcher() {
+Olma::Provider::CallDispatcher::PtrConstType MakeDispatcher() {
   const auto input = StructDefinition::GetInstance("in", {{"n", IntegerDefinition::GetInstance()}});
   auto echo = Olma::JsonRpc::FunctionMethod::GetInstance(
       "echo", input, IntegerDefinition::GetInstance(), {},
@@ -47,12 +50,10 @@ std::shared_ptr<Olma::JsonRpc::CallDispatcher> MakeDispatcher() {
           (*done)(MethodResult::GetInstance(static_cast<const StructValue&>(*value).fields().at("n")));
         }).detach();
       });
-  auto dispatcher = std::make_shared<Olma::JsonRpc::CallDispatcher>();
-  Olma::MessageList messages;
-  dispatcher->AddInterface(Olma::Provider::AsyncApiInterface::GetInstance(
-                               Olma::Core::InterfaceIdentifier::GetInstance("t"), {echo, slow}),
-                           messages);
-  return dispatcher;
+  return Olma::Provider::CallDispatcher::GetInstance(
+      Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance(
+          {Olma::Provider::AsyncApiInterface::GetInstance(Olma::Core::InterfaceIdentifier::GetInstance("t"),
+                                                          {echo, slow})}));
 }
 
 std::string Call(const char* method, long long n) {

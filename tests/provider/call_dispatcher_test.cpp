@@ -197,4 +197,124 @@ TEST(CallDispatcher, StreamedItemsAfterTheFirstAreCheckedToo) {
   EXPECT_EQ(OlmaTest::Describe(second.results[0])[1], "olma.invoke.invalid.output");
 }
 
+// A dispatcher over one interface "com.acme.calc" with the method "run" (input and output
+// NumberDefinition) and "sum" (input: a list of integers), built with `options`.
+Olma::Provider::CallDispatcher::PtrConstType CalcDispatcher(
+    ScriptedMethod::Handler run, Olma::Provider::CallDispatcherOptions options = {}) {
+  const auto numbers = StructDefinition::GetInstance(
+      "numbers", {{"n", ListDefinition::GetInstance(IntegerDefinition::GetInstance())}});
+  const auto api = Olma::Provider::AsyncApiInterface::GetInstance(
+      Olma::Core::InterfaceIdentifier::GetInstance("com.acme.calc"),
+      {std::make_shared<ScriptedMethod>("run", NumberDefinition(), std::move(run)),
+       std::make_shared<ScriptedMethod>("sum", numbers, Echo)});
+  return Olma::Provider::CallDispatcher::GetInstance(
+      Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance({api}), {}, options);
+}
+
+TEST(CallDispatcher, ResolveFindsWhatInvokeCallsAndFailsWithInvokesMessages) {
+  const auto dispatcher = CalcDispatcher(Echo);
+  const auto identifier = MethodIdentifier::GetInstance("com.acme.calc.run");
+  Olma::Provider::CallDispatcher::Target byIdentifier;
+  Olma::Provider::CallDispatcher::Target byName;
+  Olma::MessageList messages;
+  ASSERT_TRUE(dispatcher->Resolve(identifier, byIdentifier, messages));
+  ASSERT_TRUE(dispatcher->Resolve("com.acme.calc.run", byName, messages));
+  EXPECT_TRUE(messages.empty());
+  EXPECT_EQ(byIdentifier.identifier, identifier);
+  EXPECT_EQ(byName.identifier->ToString(), "com.acme.calc.run");
+  for (const auto* target : {&byIdentifier, &byName}) {
+    EXPECT_EQ(target->api->id()->name(), "com.acme.calc");
+    EXPECT_EQ(target->method->name(), "run");
+  }
+
+  for (const char* name : {"com.acme.other.run", "com.acme.calc.walk", "run", ""}) {
+    SCOPED_TRACE(name);
+    Olma::Provider::CallDispatcher::Target target;
+    Olma::MessageList resolved;
+    EXPECT_FALSE(dispatcher->Resolve(name, target, resolved));
+    EXPECT_FALSE(target.method);
+    Caller caller;
+    dispatcher->Invoke(MethodIdentifier::GetInstance(name), Number(1),
+                       AsyncActivation::GetInstance(Olma::Core::ExecutionContext::GetInstance()),
+                       caller.Callback());
+    ASSERT_EQ(caller.results.size(), 1u);
+    const Olma::MessageList invoked = OlmaTest::MessagesOf(caller.results[0]->error());
+    ASSERT_EQ(resolved.size(), 1u);
+    ASSERT_EQ(invoked.size(), 1u);
+    EXPECT_EQ(resolved.front().id(), invoked.front().id());
+    EXPECT_EQ(resolved.front().defaultMessage(), invoked.front().defaultMessage());
+  }
+}
+
+TEST(CallDispatcher, InvokeOfAResolvedTargetTakesTheRoadOfInvoke) {
+  struct Case {
+    const char* name;
+    ScriptedMethod::Handler handler;
+    DataValue::PtrConstType input;
+  };
+  const Case cases[] = {
+      {"valid", Echo, Number(3)},
+      {"bad input", Echo, OlmaTest::Struct("n", {})},
+      {"bad output",
+       [](const DataValue::PtrConstType&, const AsyncApiResultCb::PtrType& cb) {
+         (*cb)(MethodResult::GetInstance(OlmaTest::Str("text")));
+       },
+       Number(3)},
+      {"throws",
+       [](const DataValue::PtrConstType&, const AsyncApiResultCb::PtrType&) {
+         throw std::runtime_error("boom");
+       },
+       Number(3)},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const auto dispatcher = CalcDispatcher(c.handler);
+    const auto activation = AsyncActivation::GetInstance(Olma::Core::ExecutionContext::GetInstance());
+    Caller direct;
+    dispatcher->Invoke(MethodIdentifier::GetInstance("com.acme.calc.run"), c.input, activation,
+                       direct.Callback());
+    Olma::Provider::CallDispatcher::Target target;
+    Olma::MessageList messages;
+    ASSERT_TRUE(dispatcher->Resolve("com.acme.calc.run", target, messages));
+    Caller resolved;
+    dispatcher->Invoke(target, c.input, activation, resolved.Callback());
+    ASSERT_EQ(direct.results.size(), 1u);
+    EXPECT_EQ(resolved.Texts(), direct.Texts());
+  }
+  const auto dispatcher = CalcDispatcher(Echo);
+  Caller caller;
+  EXPECT_THROW(dispatcher->Invoke(Olma::Provider::CallDispatcher::Target{}, Number(1),
+                                  AsyncActivation::GetInstance(Olma::Core::ExecutionContext::GetInstance()),
+                                  caller.Callback()),
+               std::invalid_argument);
+}
+
+TEST(CallDispatcher, InputFailuresAreBoundedOnlyWhenAsked) {
+  auto strings = Olma::Data::ListValue::GetInstance();
+  for (int i = 0; i < 50; ++i) strings->push_back(OlmaTest::Str("x"));
+  const DataValue::PtrConstType input = OlmaTest::Struct("numbers", {{"n", strings}});
+  struct Case {
+    std::size_t bound;
+    std::size_t messages;  // including "olma.invoke.invalid.input"
+    const char* last;
+  };
+  for (const Case& c : {Case{0, 51, "olma.data.type.mismatch"}, Case{5, 7, "olma.data.validation.truncated"},
+                        Case{50, 51, "olma.data.type.mismatch"}}) {
+    SCOPED_TRACE(c.bound);
+    Caller caller;
+    Olma::Provider::CallDispatcherOptions options;
+    options.maxInputFailures = c.bound;
+    CalcDispatcher(Echo, options)
+        ->Invoke(MethodIdentifier::GetInstance("com.acme.calc.sum"), input,
+                 AsyncActivation::GetInstance(Olma::Core::ExecutionContext::GetInstance()),
+                 caller.Callback());
+    ASSERT_EQ(caller.results.size(), 1u);
+    const std::vector<std::string> ids = OlmaTest::Describe(caller.results[0]);
+    ASSERT_EQ(ids.size(), 1 + c.messages);
+    EXPECT_EQ(ids[0], "com.zorvex.olma.std.errors.invalid_argument");
+    EXPECT_EQ(ids[1], "olma.invoke.invalid.input");
+    EXPECT_EQ(ids.back(), c.last);
+  }
+}
+
 }  // namespace

@@ -9,13 +9,13 @@
 // An unknown interface or method named in "get" is answered with
 // "com.zorvex.olma.std.errors.operation_not_found" and the dispatcher's message.
 //
-//   auto dispatcher = std::make_shared<Olma::JsonRpc::CallDispatcher>();
-//   dispatcher->AddInterface(Olma::JsonRpc::IntrospectionService::GetInstance(dispatcher, checksum),
-//   messages);
+//   auto container = Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance();
+//   auto dispatcher = Olma::Provider::CallDispatcher::GetInstance(container);
+//   container->Add(Olma::JsonRpc::IntrospectionService::GetInstance(dispatcher), messages);
 //
-// The service reads the dispatcher's current interfaces at each call (it holds it weakly, so
-// registering the service in that dispatcher makes no cycle), so the list and the checksum
-// follow interfaces added later. Thread-safe as the dispatcher is.
+// The service reads the dispatcher's current interfaces at each call (it holds the dispatcher
+// weakly, so registering the service in the dispatcher's container makes no cycle), so the
+// list and the checksum follow interfaces added later. Thread-safe as the dispatcher is.
 #pragma once
 
 #include <memory>
@@ -23,8 +23,8 @@
 #include <string_view>
 
 #include "olma/core/export.h"
-#include "olma/jsonrpc/call_dispatcher.h"
 #include "olma/provider/async_api_interface.h"
+#include "olma/provider/call_dispatcher.h"
 
 namespace Olma {
 namespace JsonRpc {
@@ -32,7 +32,7 @@ namespace JsonRpc {
 struct OLMA_API IntrospectionService {
   static constexpr std::string_view kInterfaceName = "com.zorvex.olma.std.introspection";
   static Provider::AsyncApiInterface::PtrConstType GetInstance(
-      std::weak_ptr<const CallDispatcher> dispatcher);
+      std::weak_ptr<const Provider::CallDispatcher> dispatcher);
 };
 
 }  // namespace JsonRpc

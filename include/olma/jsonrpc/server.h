@@ -1,4 +1,11 @@
-// Server: JSON-RPC 1.1 over HTTP/1.1 for the interfaces of a CallDispatcher.
+// Server: JSON-RPC 1.1 over HTTP/1.1 for the interfaces of the library's dispatcher
+// (Olma::Provider::CallDispatcher).
+//
+//   auto container = Olma::Provider::AsyncApiInterfaceConcurrentContainer<std::mutex>::GetInstance();
+//   Olma::Provider::CallDispatcherOptions checks;
+//   checks.maxInputFailures = 100;             // bound what a hostile input costs
+//   auto dispatcher = Olma::Provider::CallDispatcher::GetInstance(container, {}, checks);
+//   container->Add(tasksApi, messages);
 //
 //   Olma::JsonRpc::ServerOptions options;
 //   options.port = 8080;                       // 0: any free port, see port()
@@ -28,6 +35,8 @@
 //    a connection may outlive its deadline by that much. An answer being written must
 //    also be taken by the client within requestTimeout;
 //  - JSON nested deeper than maxJsonDepth, malformed JSON, wrong call shapes: JSON-RPC errors.
+//  - an input that fails the method's input check: the dispatcher's error, whose messages
+//    are bounded by the dispatcher's CallDispatcherOptions::maxInputFailures.
 // Bodies with "Content-Encoding: gzip" are inflated with Olma::Gzip under the body ceiling;
 // answers of gzipMinBytes or more are compressed when "Accept-Encoding" names gzip.
 //
@@ -49,8 +58,8 @@
 #include <boost/system/error_code.hpp>
 
 #include "olma/core/export.h"
-#include "olma/jsonrpc/call_dispatcher.h"
 #include "olma/l10n/localizer.h"
+#include "olma/provider/call_dispatcher.h"
 #include "olma/transport/update_execution_ctx_helper.h"
 
 namespace Olma {
@@ -87,7 +96,7 @@ struct ServerOptions {
 
 class OLMA_API Server {
  public:
-  Server(ServerOptions options, std::shared_ptr<const CallDispatcher> dispatcher);
+  Server(ServerOptions options, Provider::CallDispatcher::PtrConstType dispatcher);
   ~Server();
   Server(const Server&) = delete;
   Server& operator=(const Server&) = delete;

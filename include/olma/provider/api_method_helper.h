@@ -22,6 +22,7 @@
 // The helpers keep no state; any number of threads may call them at once.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -82,10 +83,15 @@ struct OLMA_API ApiMethodHelper {
   // "com.zorvex.olma.std.errors.unexpected_input" when the validator's first message is
   // about a missing or extra field (its id begins with "olma.data.compound.field"), and
   // "com.zorvex.olma.std.errors.invalid_argument" otherwise.
+  // A non-zero `maxFailures` bounds the validator's messages as DataValidator::Validate
+  // does (olma/data/validator.h: at most that many, then "olma.data.validation.truncated"
+  // when anything was left unchecked), so that a small hostile input cannot cost a message
+  // per element of a long list; 0 reports every failure.
   [[nodiscard]] static bool ValidateInput(QualifiedMethodName methodName,
                                           const Data::DataDefinition::PtrConstType& inputDefinition,
                                           const Data::DataValue::PtrConstType& input,
-                                          Core::MethodResult::PtrConstType& result);
+                                          Core::MethodResult::PtrConstType& result,
+                                          std::size_t maxFailures = 0);
 
   // Checks a handler's output against the method's output definition, loosely: fields
   // the definition does not name are allowed. Valid: a success result holding `output`.
@@ -121,14 +127,20 @@ struct OLMA_API ApiMethodHelper {
                                                          const AsyncApiMethod& method,
                                                          const Core::MethodResult::PtrConstType& result);
 
-  // Calls method.Invoke(activation, input, resultCb) so that nothing the handler throws
+  // Calls method.Invoke(activation, input, ...) so that nothing the handler throws
   // escapes to the dispatcher: an exception becomes the error result
   // "com.zorvex.olma.std.errors.internal_server_error" with the one message
   // "olma.invoke.unknown.error" ("Unknown error for method: {1} -> {2}", the method name and
   // the exception's what(), or "unknown exception" for one that is not a std::exception),
-  // delivered through `resultCb`. A handler that delivered its final result before
-  // throwing keeps it; the exception is then dropped, so the caller still gets exactly one
-  // final result.
+  // delivered through `resultCb`. Exactly one final result reaches `resultCb`: the first
+  // one, whether the handler's or the exception's; any later one is dropped. So a handler
+  // that delivered before throwing keeps its result, and one that handed its callback to
+  // another thread and then throws races safely: the handler is given a callback of its
+  // own whose first final result wins by an atomic flag, and `resultCb` itself is never
+  // inspected. Progress reports pass through until the final result; a continuation that
+  // comes with a final result hands its next item through the same rule.
+  // Thread safety: the handler may answer on any thread; `resultCb` is called from the
+  // thread that delivers, one final result in all.
   static void InvokeHandler(QualifiedMethodName methodName, const AsyncApiMethod& method,
                             const Core::AsyncActivation::PtrType& activation,
                             const Data::DataValue::PtrConstType& input,
