@@ -14,8 +14,8 @@ function response(status, headers, body)
 end
 
 function done(summary, latency, requests)
-  io.write(string.format("requests/s %.0f  p50 %.3f ms  p99 %.3f ms  errors %d\n",
+  io.write(string.format("requests/s %.0f  p50 %.3f ms  p99 %.3f ms  errors %d  requests %d\n",
                          summary.requests / (summary.duration / 1e6),
                          latency:percentile(50) / 1000, latency:percentile(99) / 1000,
-                         summary.errors.status + errors))
+                         summary.errors.status + errors, summary.requests))
 end

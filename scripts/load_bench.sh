@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Load benchmark: wrk posting a three-field "create" call (2 threads, 64 connections, 10 s)
 # against the example server and against libjsonrpccpp's HTTP server doing the same work with
-# hand-written checks (bench/jsonrpccpp_peer.cpp). Prints requests/s, p50 and p99 of each and
-# the throughput ratio. Both servers get 2 I/O threads. Everything runs inside a private
-# network namespace that has only loopback, so no socket is reachable from outside even though
-# the peer binds every interface. Needs root (or sudo) for the namespace.
+# hand-written checks (bench/jsonrpccpp_peer.cpp). Prints requests/s, p50 and p99 of each,
+# each server's CPU time per request (user and system) and the throughput ratio. Both
+# servers get 2 I/O threads. Everything runs inside a private network namespace that has only
+# loopback, so no socket is reachable from outside even though the peer binds every interface.
+# Needs root (or sudo) for the namespace.
 #   bash scripts/load_bench.sh [seconds]
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -24,6 +25,11 @@ if [[ "${1:-}" == "--in-namespace" ]]; then
     printf '%-22s ' "$name"
     ENVELOPE=$envelope wrk -t2 -c64 -d"${seconds}s" --latency -s bench/tasks_create.lua "http://127.0.0.1:$port/" | tail -1 |
       tee "build/load_bench/$name.txt"
+    # The server's own CPU time (user + system, fields 14 and 15 of its stat) per request:
+    # what it costs apart from the load generator that shares the machine.
+    awk -v hz="$(getconf CLK_TCK)" -v requests="$(awk '{print $NF}' "build/load_bench/$name.txt")" \
+      '{ f = 1e6 / hz / requests; printf "%-22s CPU per request %.1f us (user %.1f, system %.1f)\n", "", ($14 + $15) * f, $14 * f, $15 * f }' \
+      "/proc/$server/stat"
     kill -TERM "$server"
     wait "$server" || true
   }
