@@ -14,10 +14,12 @@
 //   }
 //
 // The container is a copy-on-write snapshot: the current interface map is published behind a
-// shared pointer and never changed once published. Readers copy that pointer under a very
-// short lock and then work on the snapshot without any lock; Add copies the map, inserts, and
-// publishes the copy with its new checksum, starting again when another Add published first.
-// A container only grows: there is no removal.
+// shared pointer and never changed once published. Add copies the map, inserts, and publishes
+// the copy with its new checksum, starting again when another Add published first; it then
+// waits until no Find can still be reading the map it replaced (SnapshotReaders). Find takes
+// no lock and no reference to the map, so lookups on several cores do not contend; ForEach
+// holds its snapshot by a reference taken under a short lock, since its callback may run long
+// and may Add. A container only grows: there is no removal.
 //
 // The checksum is the CRC-32 (eight lower-case hex digits) of, for each interface in name
 // order: its name; then for each method in name order: the method's name, the canonical text
@@ -33,6 +35,7 @@
 // one thread only.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <list>
 #include <map>
@@ -45,6 +48,7 @@
 #include "olma/core/message.h"
 #include "olma/invocation/identifiers.h"
 #include "olma/provider/async_api_interface.h"
+#include "olma/provider/snapshot_readers.h"
 
 namespace Olma {
 namespace Provider {
@@ -148,20 +152,24 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
       const std::shared_ptr<const InterfaceMap> snapshot = Snapshot();
       auto map = std::make_shared<InterfaceMap>(*snapshot);
       if (!ProviderHelper::AddInterface(*map, interface, messages)) return false;
+      std::shared_ptr<const InterfaceMap> replaced;  // released after the lock
       LockGuard<Mutex> guard(mutex_);
       if (state_.interfaces != snapshot) continue;  // another Add published first: redo on its map
       std::string checksum = ProviderHelper::Checksum(*map);
       state_.checksum.swap(checksum);
-      state_.interfaces = std::move(map);
+      replaced = std::exchange(state_.interfaces, std::move(map));
+      current_.store(state_.interfaces.get(), std::memory_order_seq_cst);
+      readers_.WaitForReaders();
       return true;
     }
   }
 
   bool Find(Core::InterfaceIdentifier::PtrConstType interfaceIdentifier,
             AsyncApiInterface::PtrConstType& interface, MessageList& messages) const override {
-    const std::shared_ptr<const InterfaceMap> snapshot = Snapshot();
-    const auto found = snapshot->find(interfaceIdentifier);
-    if (found == snapshot->end()) {
+    const SnapshotReaders::Section reading = readers_.Enter();
+    const InterfaceMap& snapshot = *current_.load(std::memory_order_seq_cst);
+    const auto found = snapshot.find(interfaceIdentifier);
+    if (found == snapshot.end()) {
       ProviderHelper::ReportUnknown(interfaceIdentifier, messages);
       return false;
     }
@@ -182,7 +190,8 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
   // Only the factories can name the tag.
   explicit AsyncApiInterfaceConcurrentContainer(
       PrivateTag, std::shared_ptr<const InterfaceMap> interfaces = std::make_shared<const InterfaceMap>())
-      : state_{ProviderHelper::Checksum(*interfaces), std::move(interfaces)} {}
+      : state_{ProviderHelper::Checksum(*interfaces), std::move(interfaces)},
+        current_(state_.interfaces.get()) {}
 
  private:
   // A published snapshot: the map and its checksum. The map is never changed again.
@@ -198,6 +207,10 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
 
   mutable Mutex mutex_;
   State state_;
+  // The map of state_, for Find; replaced only under mutex_, each time followed by a wait
+  // for the readers of the map it replaced.
+  std::atomic<const InterfaceMap*> current_;
+  SnapshotReaders readers_;
 };
 
 }  // namespace Provider
