@@ -67,9 +67,9 @@ class EqualityCheck {
  public:
   static bool Run(Node a, Node b) {
     const Outcome outcome = Pair(a, b);
-    if (outcome != kDescend) return outcome == kEqual;
+    if (outcome == kDiffer || outcome == kEqual) return outcome == kEqual;
     Frames frames;
-    frames.emplace(Open(a, b));
+    frames.emplace(Open(outcome, a, b));
     while (!frames.empty()) {
       Frame& top = frames.back();
       const bool equal = top.isFields ? Walk(top.fields, frames) : Walk(top.elements, frames);
@@ -79,7 +79,9 @@ class EqualityCheck {
   }
 
  private:
-  enum Outcome { kDiffer, kEqual, kDescend };
+  // What Pair found: a difference, equality, or two lists or two compounds whose children
+  // are yet to be compared.
+  enum Outcome { kDiffer, kEqual, kLists, kCompounds };
 
   // Where the walk is in two lists, or in the fields of two compounds: the next pair is at
   // `a` and `b`, and `a` reaching `end` finishes the frame.
@@ -113,16 +115,17 @@ class EqualityCheck {
         // children is walked with one frame, however deep.
         frames.pop();
         const Outcome outcome = Pair(first, second);
-        if (outcome == kDescend) frames.emplace(Open(first, second));
-        return outcome != kDiffer;
+        if (outcome == kDiffer) return false;
+        if (outcome != kEqual) frames.emplace(Open(outcome, first, second));
+        return true;
       }
       Prefetch(NodeAt(a), NodeAt(b));
       const Outcome outcome = Pair(first, second);
       if (outcome == kDiffer) return false;
-      if (outcome == kDescend) {
+      if (outcome != kEqual) {
         at.a = a;
         at.b = b;
-        frames.emplace(Open(first, second));
+        frames.emplace(Open(outcome, first, second));
         return true;
       }
     }
@@ -148,8 +151,8 @@ class EqualityCheck {
 
   // Compares `a` with `b` as far as it can without a frame: leaves wholly, optionals by
   // their contents (moving `a` and `b` to them), lists and compounds by kind, name and
-  // size. kDescend leaves `a` and `b` at two non-empty lists or compounds whose children
-  // are to be compared.
+  // size. kLists and kCompounds leave `a` and `b` at the two non-empty composites whose
+  // children are to be compared.
   [[gnu::always_inline]] static Outcome Pair(Node& a, Node& b) {
     for (;;) {
       if (a == b) return kEqual;
@@ -188,7 +191,7 @@ class EqualityCheck {
           const auto& x = static_cast<const ListValue&>(*a);
           const auto& y = static_cast<const ListValue&>(*b);
           if (x.size() != y.size()) return kDiffer;
-          return x.empty() ? kEqual : kDescend;
+          return x.empty() ? kEqual : kLists;
         }
         case DataType::STRUCTURE:
         case DataType::ERROR: {
@@ -198,7 +201,7 @@ class EqualityCheck {
             if (!Detail::SameText(x.name(), y.name())) return kDiffer;
           }
           if (x.fields().size() != y.fields().size()) return kDiffer;
-          return x.fields().empty() ? kEqual : kDescend;
+          return x.fields().empty() ? kEqual : kCompounds;
         }
         case DataType::OPTIONAL: {
           const auto& x = static_cast<const OptionalValue&>(*a);
@@ -217,8 +220,8 @@ class EqualityCheck {
   }
 
   // The frame over the children of two lists or compounds that Pair descends into.
-  static Frame Open(Node a, Node b) {
-    if (a->type() == DataType::LIST) {
+  static Frame Open(Outcome composites, Node a, Node b) {
+    if (composites == kLists) {
       const auto& x = static_cast<const ListValue&>(*a);
       return Frame{{x.begin(), x.end(), static_cast<const ListValue&>(*b).begin()}, {}, false};
     }
