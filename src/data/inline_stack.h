@@ -8,7 +8,6 @@
 #include <cstddef>
 #include <new>
 #include <type_traits>
-#include <utility>
 #include <vector>
 
 namespace Olma {
@@ -31,14 +30,12 @@ class InlineStack {
   // The entry pushed last; the stack must not be empty. Valid until the next push or pop.
   T& back() noexcept { return size_ <= N ? *Slot(size_ - 1) : spill_.back(); }
 
-  template <class... Args>
-  void emplace(Args&&... args) {
-    if (size_ < N) {
-      ::new (static_cast<void*>(Slot(size_))) T{std::forward<Args>(args)...};
-    } else {
-      spill_.push_back(T{std::forward<Args>(args)...});
-    }
+  // A new entry on top, default-initialised (members without initialisers are left
+  // indeterminate, for the caller to fill).
+  T& push() {
+    T* entry = size_ < N ? ::new (static_cast<void*>(Slot(size_))) T : &spill_.emplace_back();
     ++size_;
+    return *entry;
   }
 
   void pop() noexcept {

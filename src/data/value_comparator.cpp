@@ -69,7 +69,7 @@ class EqualityCheck {
     const Outcome outcome = Pair(a, b);
     if (outcome == kDiffer || outcome == kEqual) return outcome == kEqual;
     Frames frames;
-    frames.emplace(Open(outcome, a, b));
+    Open(frames.push(), outcome, a, b);
     while (!frames.empty()) {
       Frame& top = frames.back();
       const bool equal = top.isFields ? Walk(top.fields, frames) : Walk(top.elements, frames);
@@ -116,7 +116,7 @@ class EqualityCheck {
         frames.pop();
         const Outcome outcome = Pair(first, second);
         if (outcome == kDiffer) return false;
-        if (outcome != kEqual) frames.emplace(Open(outcome, first, second));
+        if (outcome != kEqual) Open(frames.push(), outcome, first, second);
         return true;
       }
       Prefetch(NodeAt(a), NodeAt(b));
@@ -125,7 +125,7 @@ class EqualityCheck {
       if (outcome != kEqual) {
         at.a = a;
         at.b = b;
-        frames.emplace(Open(outcome, first, second));
+        Open(frames.push(), outcome, first, second);
         return true;
       }
     }
@@ -219,14 +219,16 @@ class EqualityCheck {
     }
   }
 
-  // The frame over the children of two lists or compounds that Pair descends into.
-  static Frame Open(Outcome composites, Node a, Node b) {
+  // Sets `frame` over the children of two lists or compounds that Pair descends into.
+  static void Open(Frame& frame, Outcome composites, Node a, Node b) {
+    frame.isFields = composites == kCompounds;
     if (composites == kLists) {
       const auto& x = static_cast<const ListValue&>(*a);
-      return Frame{{x.begin(), x.end(), static_cast<const ListValue&>(*b).begin()}, {}, false};
+      frame.elements = {x.begin(), x.end(), static_cast<const ListValue&>(*b).begin()};
+    } else {
+      const auto& x = static_cast<const CompoundValue&>(*a).fields();
+      frame.fields = {x.begin(), x.end(), static_cast<const CompoundValue&>(*b).fields().begin()};
     }
-    const auto& x = static_cast<const CompoundValue&>(*a).fields();
-    return Frame{{}, {x.begin(), x.end(), static_cast<const CompoundValue&>(*b).fields().begin()}, true};
   }
 
   template <class X>
