@@ -225,7 +225,7 @@ inline SecurityContextWrappedEntry& SecurityContextEntries::at(const std::string
   return const_cast<SecurityContextWrappedEntry&>(std::as_const(*this).at(key));
 }
 inline const SecurityContextWrappedEntry& SecurityContextEntries::at(const std::string& key) const {
-  if (!map_) throw std::out_of_range("SecurityContextEntries::at: no entry " + key);
+  if (!map_) throw std::out_of_range("SecurityContextEntries::at");
   return map_->at(key);
 }
 
