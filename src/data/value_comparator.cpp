@@ -232,7 +232,7 @@ class EqualityCheck {
   }
 
   template <class X>
-  static Outcome Same(const DataValue& a, const DataValue& b) noexcept {
+  [[gnu::always_inline]] static Outcome Same(const DataValue& a, const DataValue& b) noexcept {
     return Equal(static_cast<const X&>(a).value(), static_cast<const X&>(b).value()) ? kEqual : kDiffer;
   }
 
