@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
-#include <list>
 #include <string>
 #include <string_view>
-#include <tuple>
-#include <type_traits>
+#include <typeinfo>
 
 #include "data/comparator_detail.h"
+#include "data/inline_stack.h"
 #include "olma/data/adapter.h"
 #include "olma/data/values.h"
 
@@ -30,7 +29,7 @@ bool Equal(double a, double b) noexcept {
   return a == b || std::fabs(a - b) < kDoubleTolerance;
 }
 
-bool Equal(const std::string& a, const std::string& b) noexcept {
+[[gnu::always_inline]] inline bool Equal(const std::string& a, const std::string& b) noexcept {
   return Detail::SameText(a, b);
 }
 
@@ -39,102 +38,225 @@ bool Equal(const T& a, const T& b) noexcept {
   return a == b;
 }
 
-// One comparison runs as up to two walks of the one walk below, told apart by Errors and
-// sharing every rule (the methods):
-//
-//   Detail::Differs  the checking walk: runs the method of a childless pair as soon as it
-//                    meets it, in any order, and only notes that some difference exists.
-//                    Equal trees, the common case, take this walk alone.
-//   MessageList      the reporting walk, run only when the checking walk found a
-//                    difference: defers every pair to the stack so that nodes are
-//                    compared in reading order (first element first, fields in ascending
-//                    name order, depth first), and reports the first difference it meets.
-//
-// Both walks stop at the first difference they meet: a method that finds one clears the
-// work. A node compared with itself (the same pointer on both sides, as in a tree that
-// shares sub-trees) is equal without being descended into.
-template <class Mode, class Errors>
-struct ValueComparatorHelper {
-  using Adapter = DataAdapter<Node, Node, Errors>;
-  using Method = typename Adapter::Method;
-  static constexpr bool kReport = std::is_same_v<Errors, MessageList>;
+// The elements of two typed lists: same length and pairwise equal by the scalar rules.
+template <class X>
+bool ElementsEqual(const X& a, const X& b) noexcept {
+  using Element = typename X::ElementType;
+  return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(),
+                                            [](const Element& p, const Element& q) { return Equal(p, q); });
+}
 
-  // Compares `a` with `b` by the method that fits the class of `a`: at once for a
-  // childless pair in the checking walk (the common scalars without even an indirect
-  // call), through the stack otherwise. The root method of the engine.
-  [[gnu::flatten]] static void Dispatch(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    DispatchPair(a, b, work, errors);
+// A comparison runs as up to two walks that share the kind test and the scalar rules:
+//
+//   EqualityCheck   whether the trees are equal, and nothing more: it renders no text,
+//                   builds no message and queues no leaf. Equal trees, the common case,
+//                   take this walk alone.
+//   ReportingWalk   run only when the check found a difference: compares in reading order
+//                   (first element first, fields in ascending name order, depth first) on
+//                   the adaptation engine and reports the first difference it meets.
+//
+// Both treat a node compared with itself (the same pointer on both sides, as in a tree
+// that shares sub-trees) as equal without descending into it.
+
+// The check. Each composite being compared (a list, or the fields of two compounds) has a
+// frame holding where the walk is in it; the walk goes on from the innermost one. A leaf
+// is compared as soon as it is met, and an optional is unwrapped in place, so frames are
+// only ever pushed for lists and compounds: one per level of nesting being walked.
+template <class Mode>
+class EqualityCheck {
+ public:
+  static bool Run(Node a, Node b) {
+    const Outcome outcome = Pair(a, b);
+    if (outcome == kDiffer || outcome == kEqual) return outcome == kEqual;
+    Frames frames;
+    Open(frames.push(), outcome, a, b);
+    while (!frames.empty()) {
+      Frame& top = frames.back();
+      const bool equal = top.isFields ? Walk(top.fields, frames) : Walk(top.elements, frames);
+      if (!equal) return false;
+    }
+    return true;
   }
 
-  // Dispatch, inlined into the loops over lists and fields, which call it for every pair.
-  [[gnu::always_inline]] static void DispatchPair(Node a, Node b, Adapter& work, Errors& errors) {
-    if constexpr (!kReport) {
-      if (errors.found) return;  // the rest of a list or structure after a difference
-    }
+ private:
+  // What Pair found: a difference, equality, or two lists or two compounds whose children
+  // are yet to be compared.
+  enum Outcome { kDiffer, kEqual, kLists, kCompounds };
+
+  // Where the walk is in two lists, or in the fields of two compounds: the next pair is at
+  // `a` and `b`, and `a` reaching `end` finishes the frame.
+  template <class Iterator>
+  struct Cursor {
+    Iterator a, end, b;
+  };
+  struct Frame {
+    Cursor<ListValue::const_iterator> elements;
+    Cursor<CompoundValue::FieldMap::const_iterator> fields;
+    bool isFields;
+  };
+  // Room for documents 16 levels deep without allocating.
+  using Frames = Detail::InlineStack<Frame, 16>;
+
+  // Compares the pairs of the innermost frame, whose cursor is `at`, until one of them has
+  // children (it gets a frame of its own, and the walk goes on there) or none is left.
+  template <class Iterator>
+  static bool Walk(Cursor<Iterator>& at, Frames& frames) {
+    Iterator a = at.a;
+    Iterator b = at.b;
+    const Iterator end = at.end;
     for (;;) {
-      if (a == b) return;
-      if (a == nullptr || b == nullptr) {
-        RunNowOrLater(&UnsetMethod, false, a, b, work, errors);
-        return;
+      const Iterator x = a++;
+      const Iterator y = b++;
+      if (!SameName(x, y)) return false;
+      Node first = NodeAt(x);
+      Node second = NodeAt(y);
+      if (a == end) {
+        // The frame is done before its last pair is compared, so that a chain of single
+        // children is walked with one frame, however deep.
+        frames.pop();
+        const Outcome outcome = Pair(first, second);
+        if (outcome == kDiffer) return false;
+        if (outcome != kEqual) Open(frames.push(), outcome, first, second);
+        return true;
       }
+      Prefetch(NodeAt(a), NodeAt(b));
+      const Outcome outcome = Pair(first, second);
+      if (outcome == kDiffer) return false;
+      if (outcome != kEqual) {
+        at.a = a;
+        at.b = b;
+        Open(frames.push(), outcome, first, second);
+        return true;
+      }
+    }
+  }
+
+  // With equal field counts, two maps hold the same names exactly when they list them in
+  // the same order, so names are compared pair by pair.
+  static bool SameName(ListValue::const_iterator, ListValue::const_iterator) noexcept { return true; }
+  static bool SameName(CompoundValue::FieldMap::const_iterator a,
+                       CompoundValue::FieldMap::const_iterator b) noexcept {
+    return Detail::SameText(a->first, b->first);
+  }
+
+  static Node NodeAt(ListValue::const_iterator at) noexcept { return at->get(); }
+  static Node NodeAt(CompoundValue::FieldMap::const_iterator at) noexcept { return at->second.get(); }
+
+  // Asks for the next pair while the current one is compared: the walk is bound by the
+  // latency of fetching scattered nodes, and the two fetches overlap with that work.
+  static void Prefetch(Node a, Node b) noexcept {
+    __builtin_prefetch(a);
+    __builtin_prefetch(b);
+  }
+
+  // Compares `a` with `b` as far as it can without a frame: leaves wholly, optionals by
+  // their contents (moving `a` and `b` to them), lists and compounds by kind, name and
+  // size. kLists and kCompounds leave `a` and `b` at the two non-empty composites whose
+  // children are to be compared.
+  [[gnu::always_inline]] static Outcome Pair(Node& a, Node& b) {
+    for (;;) {
+      if (a == b) return kEqual;
+      if (a == nullptr || b == nullptr) return kDiffer;
+      // Nodes of one class are of one kind, which the kind test passes. Telling that from
+      // their classes' type information costs two loads where reading the second kind
+      // would cost a call; only nodes of different classes need their kinds compared.
+      if (&typeid(*a) != &typeid(*b) && !Mode::CompareTypes(a->type(), b->type())) return kDiffer;
       const DataType kind = a->type();
-      if constexpr (!kReport) {
-        switch (kind) {
-          case DataType::INTEGER:
-            return PrimitiveMethod<IntegerValue>(a, b, work, errors);
-          case DataType::DOUBLE:
-            return PrimitiveMethod<DoubleValue>(a, b, work, errors);
-          case DataType::BOOLEAN:
-            return PrimitiveMethod<BooleanValue>(a, b, work, errors);
-          case DataType::STRING:
-            return PrimitiveMethod<StringValue>(a, b, work, errors);
-          // A composite's kind test runs at once too; only its children wait.
-          case DataType::LIST:
-            return CheckKindThenQueue<ListValue>(kind, a, b, work, errors);
-          case DataType::STRUCTURE:
-          case DataType::ERROR:
-            return CheckKindThenQueue<CompoundValue>(kind, a, b, work, errors);
-          case DataType::OPTIONAL: {
-            // An optional has one child at most: its contents are compared in this loop,
-            // which takes the place of a stack entry without recursing.
-            if (!CompareTypes(kind, *a, *b, work, errors)) return;
-            const auto& x = static_cast<const OptionalValue&>(*a);
-            const auto& y = static_cast<const OptionalValue&>(*b);
-            if (!ContentsToCompare(x, y, work, errors)) return;
-            a = x.value().get();
-            b = y.value().get();
-            continue;
-          }
-          default:
-            break;
+      switch (kind) {
+        case DataType::INTEGER:
+          return Same<IntegerValue>(*a, *b);
+        case DataType::DOUBLE:
+          return Same<DoubleValue>(*a, *b);
+        case DataType::BOOLEAN:
+          return Same<BooleanValue>(*a, *b);
+        case DataType::STRING:
+          return Same<StringValue>(*a, *b);
+        case DataType::BLOB:
+          return Same<BlobValue>(*a, *b);
+        case DataType::SECRET:
+          return Same<SecretValue>(*a, *b);
+        case DataType::LIST_BOOL:
+          return SameElements<ListValueBool>(*a, *b);
+        case DataType::LIST_LONG:
+          return SameElements<ListValueLong>(*a, *b);
+        case DataType::LIST_DOUBLE:
+          return SameElements<ListValueDouble>(*a, *b);
+        case DataType::LIST_BLOB:
+          return SameElements<ListValueBlob>(*a, *b);
+        case DataType::LIST_STRING:
+          return SameElements<ListValueString>(*a, *b);
+        case DataType::LIST_SECRET:
+          return SameElements<ListValueSecret>(*a, *b);
+        case DataType::LIST: {
+          const auto& x = static_cast<const ListValue&>(*a);
+          const auto& y = static_cast<const ListValue&>(*b);
+          if (x.size() != y.size()) return kDiffer;
+          return x.empty() ? kEqual : kLists;
         }
+        case DataType::STRUCTURE:
+        case DataType::ERROR: {
+          const auto& x = static_cast<const CompoundValue&>(*a);
+          const auto& y = static_cast<const CompoundValue&>(*b);
+          if constexpr (Mode::kCompareNames) {
+            if (!Detail::SameText(x.name(), y.name())) return kDiffer;
+          }
+          if (x.fields().size() != y.fields().size()) return kDiffer;
+          return x.fields().empty() ? kEqual : kCompounds;
+        }
+        case DataType::OPTIONAL: {
+          const auto& x = static_cast<const OptionalValue&>(*a);
+          const auto& y = static_cast<const OptionalValue&>(*b);
+          if (x.isSet() != y.isSet()) return kDiffer;
+          if (!x.isSet()) return kEqual;
+          a = x.value().get();
+          b = y.value().get();
+          continue;
+        }
+        default:
+          // VOID has no payload; no value reports any other kind.
+          return kEqual;
       }
-      RunNowOrLater(MethodFor(kind), HasChildren(kind), a, b, work, errors);
+    }
+  }
+
+  // Sets `frame` over the children of two lists or compounds that Pair descends into.
+  static void Open(Frame& frame, Outcome composites, Node a, Node b) {
+    frame.isFields = composites == kCompounds;
+    if (composites == kLists) {
+      const auto& x = static_cast<const ListValue&>(*a);
+      frame.elements = {x.begin(), x.end(), static_cast<const ListValue&>(*b).begin()};
+    } else {
+      const auto& x = static_cast<const CompoundValue&>(*a).fields();
+      frame.fields = {x.begin(), x.end(), static_cast<const CompoundValue&>(*b).fields().begin()};
+    }
+  }
+
+  template <class X>
+  [[gnu::always_inline]] static Outcome Same(const DataValue& a, const DataValue& b) noexcept {
+    return Equal(static_cast<const X&>(a).value(), static_cast<const X&>(b).value()) ? kEqual : kDiffer;
+  }
+
+  template <class X>
+  static Outcome SameElements(const DataValue& a, const DataValue& b) noexcept {
+    return ElementsEqual(static_cast<const X&>(a), static_cast<const X&>(b)) ? kEqual : kDiffer;
+  }
+};
+
+// The reporting walk.
+template <class Mode>
+struct ReportingWalk {
+  using Adapter = DataAdapter<Node, Node, MessageList>;
+  using Method = typename Adapter::Method;
+
+  // Queues the comparison of `a` with `b` by the method that fits the class of `a`. The
+  // root method of the engine.
+  static void Dispatch(const Node& a, const Node& b, Adapter& work, MessageList&) {
+    if (a == b) return;
+    if (a == nullptr || b == nullptr) {
+      work.Push(a, b, &UnsetMethod);
       return;
     }
-  }
-
-  // The checking walk's way through a composite: CompositeMethod in two steps, the kind
-  // test now and the children from the stack.
-  template <class X>
-  static void CheckKindThenQueue(DataType kind, const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    if (CompareTypes(kind, *a, *b, work, errors)) work.Push(a, b, &ChildrenMethod<X>);
-  }
-
-  // Composites always go through the stack (so that the stack, not the call stack, holds
-  // the depth); childless pairs only in the reporting walk, which keeps reading order.
-  static void RunNowOrLater(Method method, bool hasChildren, const Node& a, const Node& b, Adapter& work,
-                            Errors& errors) {
-    if (kReport || hasChildren) {
-      work.Push(a, b, method);
-    } else {
-      method(a, b, work, errors);
-    }
-  }
-
-  static bool HasChildren(DataType kind) noexcept {
-    return kind == DataType::LIST || kind == DataType::OPTIONAL || kind == DataType::STRUCTURE ||
-           kind == DataType::ERROR;
+    work.Push(a, b, MethodFor(a->type()));
   }
 
   // Each value class reports a kind of its own, so the kind selects the method without a
@@ -178,52 +300,37 @@ struct ValueComparatorHelper {
     }
   }
 
-  // The kind test every method starts with, `kind` being that of `a`; records the
-  // mismatch itself.
-  static bool CompareTypes(DataType kind, const DataValue& a, const DataValue& b, Adapter& work,
-                           Errors& errors) {
-    if (Mode::CompareTypes(kind, b.type())) return true;
-    Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
-                             [&] { return std::make_tuple(a.ToString(), b.ToString()); });
+  // The kind test every method starts with; reports the mismatch itself.
+  static bool CompareTypes(const DataValue& a, const DataValue& b, Adapter& work, MessageList& errors) {
+    if (Mode::CompareTypes(a.type(), b.type())) return true;
+    Detail::ReportDifference(work, errors, "olma.data.type.mismatch", a.ToString(), b.ToString());
     return false;
   }
 
-  static void NotEqual(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
-    Detail::RecordDifference(work, errors, "olma.data.comparator.values.not.equal", [&] {
-      return std::make_tuple(to_string(a.type()), a.ToString(), b.ToString());
-    });
+  static void NotEqual(const DataValue& a, const DataValue& b, Adapter& work, MessageList& errors) {
+    Detail::ReportDifference(work, errors, "olma.data.comparator.values.not.equal", to_string(a.type()),
+                             a.ToString(), b.ToString());
   }
 
-  static void SizesDiffer(const DataValue& a, const DataValue& b, Adapter& work, Errors& errors) {
-    Detail::RecordDifference(work, errors, "olma.data.value.comp.values.not.eq.sizes",
-                             [&] { return std::make_tuple(a.ToString(), b.ToString()); });
+  static void SizesDiffer(const DataValue& a, const DataValue& b, Adapter& work, MessageList& errors) {
+    Detail::ReportDifference(work, errors, "olma.data.value.comp.values.not.eq.sizes", a.ToString(),
+                             b.ToString());
   }
 
   // One side is an empty pointer, the other is not.
-  static void UnsetMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    Detail::RecordDifference(work, errors, "olma.data.type.mismatch",
-                             [&] { return std::make_tuple(Detail::RenderNode(a), Detail::RenderNode(b)); });
+  static void UnsetMethod(const Node& a, const Node& b, Adapter& work, MessageList& errors) {
+    Detail::ReportDifference(work, errors, "olma.data.type.mismatch", Detail::RenderNode(a),
+                             Detail::RenderNode(b));
   }
 
-  static void TypeOnlyMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    CompareTypes(a->type(), *a, *b, work, errors);
-  }
-
-  // The kind of `a`, whose class is X. Every concrete value class reports one kind, which
-  // a qualified call reads without a virtual call; CompoundValue stands for two classes.
-  template <class X>
-  static DataType KindOf(const DataValue& a) noexcept {
-    if constexpr (std::is_same_v<X, CompoundValue>) {
-      return a.type();
-    } else {
-      return static_cast<const X&>(a).X::type();
-    }
+  static void TypeOnlyMethod(const Node& a, const Node& b, Adapter& work, MessageList& errors) {
+    CompareTypes(*a, *b, work, errors);
   }
 
   // Scalars: exact equality, doubles within the tolerance.
   template <class X>
-  static void PrimitiveMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
+  static void PrimitiveMethod(const Node& a, const Node& b, Adapter& work, MessageList& errors) {
+    if (!CompareTypes(*a, *b, work, errors)) return;
     if (!Equal(static_cast<const X&>(*a).value(), static_cast<const X&>(*b).value())) {
       NotEqual(*a, *b, work, errors);
     }
@@ -231,65 +338,42 @@ struct ValueComparatorHelper {
 
   // Typed lists: same length and pairwise equal elements, by the scalar rules.
   template <class X>
-  static void ListPrimitiveMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
-    using Element = typename X::ElementType;
-    const std::list<Element>& x = static_cast<const X&>(*a);
-    const std::list<Element>& y = static_cast<const X&>(*b);
-    const bool equal =
-        x.size() == y.size() && std::equal(x.begin(), x.end(), y.begin(),
-                                           [](const Element& p, const Element& q) { return Equal(p, q); });
-    if (!equal) NotEqual(*a, *b, work, errors);
+  static void ListPrimitiveMethod(const Node& a, const Node& b, Adapter& work, MessageList& errors) {
+    if (!CompareTypes(*a, *b, work, errors)) return;
+    if (!ElementsEqual(static_cast<const X&>(*a), static_cast<const X&>(*b))) NotEqual(*a, *b, work, errors);
   }
 
   template <class X>
-  static void CompositeMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
-    if (!CompareTypes(KindOf<X>(*a), *a, *b, work, errors)) return;
-    ChildrenMethod<X>(a, b, work, errors);
-  }
-
-  // What a composite compares once the kinds agree.
-  template <class X>
-  static void ChildrenMethod(const Node& a, const Node& b, Adapter& work, Errors& errors) {
+  static void CompositeMethod(const Node& a, const Node& b, Adapter& work, MessageList& errors) {
+    if (!CompareTypes(*a, *b, work, errors)) return;
     CompareInt(static_cast<const X&>(*a), static_cast<const X&>(*b), work, errors);
   }
 
-  static void CompareInt(const ListValue& a, const ListValue& b, Adapter& work, Errors& errors) {
+  static void CompareInt(const ListValue& a, const ListValue& b, Adapter& work, MessageList& errors) {
     if (a.size() != b.size()) {
       SizesDiffer(a, b, work, errors);
       return;
     }
     // Last element first, so that the first pair is compared first.
     auto ib = b.rbegin();
-    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) DispatchPair(ia->get(), ib->get(), work, errors);
+    for (auto ia = a.rbegin(); ia != a.rend(); ++ia, ++ib) Dispatch(ia->get(), ib->get(), work, errors);
   }
 
-  static void CompareInt(const OptionalValue& a, const OptionalValue& b, Adapter& work, Errors& errors) {
-    if (ContentsToCompare(a, b, work, errors)) Dispatch(a.value().get(), b.value().get(), work, errors);
-  }
-
-  // Whether the contents of two optionals are to be compared: both set. Both unset are
-  // equal; one set and one unset differ.
-  static bool ContentsToCompare(const OptionalValue& a, const OptionalValue& b, Adapter& work,
-                                Errors& errors) {
+  // Both unset: equal; one set and one unset: different; both set: their contents.
+  static void CompareInt(const OptionalValue& a, const OptionalValue& b, Adapter& work, MessageList& errors) {
     if (a.isSet() != b.isSet()) {
       NotEqual(a, b, work, errors);
-      return false;
+    } else if (a.isSet()) {
+      Dispatch(a.value().get(), b.value().get(), work, errors);
     }
-    return a.isSet();
-  }
-
-  static void CompareInt(const CompoundValue& a, const CompoundValue& b, Adapter& work, Errors& errors) {
-    CompareCompound<CompoundValue>(a, b, work, errors);
   }
 
   // Names (strict mode only), then field counts, then the fields in ascending name order.
-  template <class X>
-  static void CompareCompound(const X& a, const X& b, Adapter& work, Errors& errors) {
+  static void CompareInt(const CompoundValue& a, const CompoundValue& b, Adapter& work, MessageList& errors) {
     if constexpr (Mode::kCompareNames) {
       if (!Detail::SameText(a.name(), b.name())) {
-        Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.names.not.eq",
-                                 [&] { return std::make_tuple(a.ToString(), b.ToString()); });
+        Detail::ReportDifference(work, errors, "olma.data.value.comp.struct.names.not.eq", a.ToString(),
+                                 b.ToString());
         return;
       }
     }
@@ -302,23 +386,17 @@ struct ValueComparatorHelper {
     // the former is named.
     const std::string* missing = Detail::PairFieldsDescending(
         a.fields(), b.fields(), [&](const DataValue::PtrConstType& x, const DataValue::PtrConstType& y) {
-          DispatchPair(x.get(), y.get(), work, errors);
+          Dispatch(x.get(), y.get(), work, errors);
         });
     if (missing != nullptr) {
-      Detail::RecordDifference(work, errors, "olma.data.value.comp.struct.missing.field",
-                               [&] { return std::make_tuple(*missing, a.ToString(), b.ToString()); });
+      Detail::ReportDifference(work, errors, "olma.data.value.comp.struct.missing.field", *missing,
+                               a.ToString(), b.ToString());
     }
   }
 
-  // Room for the entries of a document a few levels deep, so that small comparisons
-  // allocate once.
-  static constexpr std::size_t kInitialEntries = 64;
-
-  // Runs one walk from the pair of roots.
-  static void Walk(const DataValue* a, const DataValue* b, Errors& errors) {
+  static void Walk(Node a, Node b, MessageList& messages) {
     Adapter engine(&Dispatch);
-    engine.stack.reserve(kInitialEntries);
-    engine.Adapt(a, b, errors);
+    engine.Adapt(a, b, messages);
   }
 };
 
@@ -328,10 +406,8 @@ template <class Mode>
 bool ValueComparator<Mode>::Compare(const DataValue::PtrConstType& a, const DataValue::PtrConstType& b,
                                     MessageList& messages) {
   if (!a || !b) return !a && !b;
-  Detail::Differs check;
-  ValueComparatorHelper<Mode, Detail::Differs>::Walk(a.get(), b.get(), check);
-  if (!check.found) return true;
-  ValueComparatorHelper<Mode, MessageList>::Walk(a.get(), b.get(), messages);
+  if (EqualityCheck<Mode>::Run(a.get(), b.get())) return true;
+  ReportingWalk<Mode>::Walk(a.get(), b.get(), messages);
   return false;
 }
 

@@ -175,6 +175,22 @@ TYPED_TEST(ValueComparatorTest, MillionLevelsDeepNeedNoDeepCallStack) {
   EXPECT_EQ(Difference<TypeParam>(one, Nested(Int(2), "ols")), Diff(kNotEqual, "LONG", "1", "2"));
 }
 
+TYPED_TEST(ValueComparatorTest, DeepTreesWithASiblingAfterEveryLevel) {
+  // Each level holds the next one first and a leaf after it, alternating between lists and
+  // structures, so a walk must remember its place at every level on the way down.
+  const auto build = [](long long top, long long bottom) {
+    Ptr tree = Int(bottom);
+    for (int level = 1; level <= 1000; ++level) {
+      const Ptr leaf = Int(level == 1000 ? top : level);
+      tree = level % 2 == 0 ? ListOf({tree, leaf}) : Of("s", {{"a", tree}, {"b", leaf}});
+    }
+    return tree;
+  };
+  EXPECT_EQ(Difference<TypeParam>(build(1, 2), build(1, 2)), Texts{});
+  EXPECT_EQ(Difference<TypeParam>(build(1, 2), build(1, 3)), Diff(kNotEqual, "LONG", "2", "3"));
+  EXPECT_EQ(Difference<TypeParam>(build(1, 2), build(5, 2)), Diff(kNotEqual, "LONG", "1", "5"));
+}
+
 TEST(ValueComparator, LooseMixesStructuresAndErrorsAndIgnoresNames) {
   const Ptr structure = Of("a", {{"x", Int(1)}}), error = Of<ErrorValue>("b", {{"x", Int(1)}});
   const Ptr x = Of("x", {{"f", Int(1)}}), y = Of("y", {{"f", Int(1)}}),

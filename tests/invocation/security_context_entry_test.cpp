@@ -1,3 +1,4 @@
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -78,6 +79,39 @@ TEST(SecurityContextEntry, EqualityLooksAtKeysSlotsFlagsAndStrings) {
     EXPECT_NE(changed, base);
     EXPECT_NE(base, changed);
   }
+}
+
+TEST(SecurityContextEntry, NestedEntriesActAsAMapWhetherEverFilledOrNot) {
+  const SecurityContextEntry plain("token");
+  const SecurityContextEntries& none = plain.entries;
+  EXPECT_TRUE(none.empty());
+  EXPECT_EQ(none.size(), 0u);
+  EXPECT_EQ(none.count("a"), 0u);
+  EXPECT_TRUE(none.begin() == none.end());
+  EXPECT_TRUE(none.find("a") == none.end());
+  EXPECT_THROW(none.at("a"), std::out_of_range);
+
+  SecurityContextEntry group;
+  EXPECT_TRUE(group.entries.insert({"b", SecurityContextEntry("2")}).second);
+  EXPECT_TRUE(group.entries.emplace("a", "1").second);
+  EXPECT_FALSE(group.entries.emplace("a", "other").second);
+  group.entries["c"].override = SecurityContextEntry("3");
+  std::string keys;
+  for (const auto& [key, entry] : std::as_const(group).entries) keys += key + entry.effective().value;
+  EXPECT_EQ(keys, "a1b2c3");
+  EXPECT_EQ(group.entries.find("b")->second.effective().value, "2");
+  EXPECT_EQ(group.entries.count("c"), 1u);
+  EXPECT_EQ(group.entries.erase("b"), 1u);
+  EXPECT_EQ(group.entries.erase("b"), 0u);
+  EXPECT_EQ(group.entries.size(), 2u);
+
+  // A group emptied again equals one that never held anything, in both directions.
+  SecurityContextEntry emptied = group;
+  EXPECT_EQ(emptied, group);
+  emptied.entries.clear();
+  EXPECT_EQ(emptied, SecurityContextEntry());
+  EXPECT_EQ(SecurityContextEntry(), emptied);
+  EXPECT_TRUE(std::as_const(emptied).entries.begin() == std::as_const(emptied).entries.end());
 }
 
 }  // namespace

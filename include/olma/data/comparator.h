@@ -44,8 +44,9 @@
 // and rendering it costs the renderings of the two differing nodes (ToString, also once
 // per path for shared sub-trees: 22 levels of [x, x] render 37 MB). Texts are rendered
 // only once a difference is found. Both trees are walked with an explicit work stack, so
-// any depth of nesting is compared without deep recursion. The comparators hold no
-// state: any number of threads may compare, also the same shared trees, at once.
+// any depth of nesting is compared without deep recursion; the walk of equal values
+// allocates nothing unless they nest more than 16 composites deep. The comparators hold
+// no state: any number of threads may compare, also the same shared trees, at once.
 #pragma once
 
 #include "olma/core/export.h"

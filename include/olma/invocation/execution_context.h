@@ -26,9 +26,11 @@
 // read it is copied first (the copy shares the immutable data values, nothing else).
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -87,20 +89,81 @@ struct SecurityContextEntry;
 // A security-context entry with its override slot.
 using SecurityContextWrappedEntry = WrapT<SecurityContextEntry, std::optional<SecurityContextEntry>>;
 
-// The security context of a call, and the nested entries of a SecurityContextEntry.
+// The security context of a call: its entries by key.
 using SecurityContext = std::map<std::string, SecurityContextWrappedEntry>;
+
+// The nested entries of a SecurityContextEntry: entries by key, with the interface of the
+// SecurityContext map that it holds.
+//
+// An entry cannot hold a standard map of entries directly, because a standard map may not
+// be instantiated before its element type is complete; this class holds it through a
+// pointer and defines its members once the entry type is complete. The map is created by
+// the first access that may insert (non-const operator[], begin, end, find, emplace,
+// insert), so a plain string entry, whose group stays empty, costs no allocation. Const
+// access to an empty group returns value-initialised iterators, which stop marking its
+// end once something has been inserted.
+//
+// Copying, comparing and destroying walk the nested groups with an explicit work list
+// instead of recursing, so a chain of a million nested entries costs heap, not call stack.
+class OLMA_API SecurityContextEntries {
+ public:
+  using Element = std::pair<const std::string, SecurityContextWrappedEntry>;
+
+  SecurityContextEntries() noexcept = default;
+  SecurityContextEntries(const SecurityContextEntries& other);
+  SecurityContextEntries(SecurityContextEntries&& other) noexcept = default;
+  SecurityContextEntries& operator=(const SecurityContextEntries& other);
+  SecurityContextEntries& operator=(SecurityContextEntries&& other) noexcept;
+  ~SecurityContextEntries();
+
+  bool empty() const noexcept;
+  std::size_t size() const noexcept;
+  std::size_t count(const std::string& key) const;
+
+  auto begin();
+  auto end();
+  auto begin() const;
+  auto end() const;
+  auto find(const std::string& key);
+  auto find(const std::string& key) const;
+
+  // The entry of `key`, inserted empty when absent.
+  SecurityContextWrappedEntry& operator[](const std::string& key);
+  SecurityContextWrappedEntry& operator[](std::string&& key);
+  // The entry of `key`; throws std::out_of_range when absent.
+  SecurityContextWrappedEntry& at(const std::string& key);
+  const SecurityContextWrappedEntry& at(const std::string& key) const;
+
+  template <class... Args>
+  auto emplace(Args&&... args);
+  auto insert(const Element& element);
+  auto insert(Element&& element);
+  // Removes the entry of `key`; returns how many were removed (0 or 1).
+  std::size_t erase(const std::string& key);
+  void clear() noexcept;
+  void swap(SecurityContextEntries& other) noexcept { map_.swap(other.map_); }
+
+  // Equal when both hold the same keys with equal entries, at every depth.
+  bool operator==(const SecurityContextEntries& other) const;
+  bool operator!=(const SecurityContextEntries& other) const { return !(*this == other); }
+
+ private:
+  // The map, created on first use.
+  SecurityContext& Map();
+
+  std::unique_ptr<SecurityContext> map_;
+};
 
 // One node of a security context: either a plain string (isValue true, no nested
 // entries) or a group of named entries (isValue false), such as a signature made of an
 // algorithm, a key id and the signed bytes.
 //
-// Entries nest to any depth, so copying, comparing and destroying walk the tree with an
-// explicit work list instead of recursing: a chain of a million nested entries costs heap,
-// not call stack. A destroyed entry overwrites its string with zeros first, because the
-// strings of a security context are passwords and tokens.
+// Entries nest to any depth; copying, comparing and destroying cost no call depth (see
+// SecurityContextEntries). A destroyed entry overwrites its string with zeros first,
+// because the strings of a security context are passwords and tokens.
 struct OLMA_API SecurityContextEntry {
   std::string value;
-  SecurityContext entries;
+  SecurityContextEntries entries;
   bool isValue = false;
 
   // An empty group.
@@ -120,6 +183,68 @@ struct OLMA_API SecurityContextEntry {
   bool operator==(const SecurityContextEntry& other) const;
   bool operator!=(const SecurityContextEntry& other) const { return !(*this == other); }
 };
+
+// The members of SecurityContextEntries that need the complete entry type.
+
+inline bool SecurityContextEntries::empty() const noexcept {
+  return !map_ || map_->empty();
+}
+inline std::size_t SecurityContextEntries::size() const noexcept {
+  return map_ ? map_->size() : 0;
+}
+inline std::size_t SecurityContextEntries::count(const std::string& key) const {
+  return map_ ? map_->count(key) : 0;
+}
+
+inline auto SecurityContextEntries::begin() {
+  return Map().begin();
+}
+inline auto SecurityContextEntries::end() {
+  return Map().end();
+}
+inline auto SecurityContextEntries::begin() const {
+  return map_ ? std::as_const(*map_).begin() : SecurityContext::const_iterator();
+}
+inline auto SecurityContextEntries::end() const {
+  return map_ ? std::as_const(*map_).end() : SecurityContext::const_iterator();
+}
+inline auto SecurityContextEntries::find(const std::string& key) {
+  return Map().find(key);
+}
+inline auto SecurityContextEntries::find(const std::string& key) const {
+  return map_ ? std::as_const(*map_).find(key) : SecurityContext::const_iterator();
+}
+
+inline SecurityContextWrappedEntry& SecurityContextEntries::operator[](const std::string& key) {
+  return Map()[key];
+}
+inline SecurityContextWrappedEntry& SecurityContextEntries::operator[](std::string&& key) {
+  return Map()[std::move(key)];
+}
+inline SecurityContextWrappedEntry& SecurityContextEntries::at(const std::string& key) {
+  return const_cast<SecurityContextWrappedEntry&>(std::as_const(*this).at(key));
+}
+inline const SecurityContextWrappedEntry& SecurityContextEntries::at(const std::string& key) const {
+  if (!map_) throw std::out_of_range("SecurityContextEntries::at");
+  return map_->at(key);
+}
+
+template <class... Args>
+auto SecurityContextEntries::emplace(Args&&... args) {
+  return Map().emplace(std::forward<Args>(args)...);
+}
+inline auto SecurityContextEntries::insert(const Element& element) {
+  return Map().insert(element);
+}
+inline auto SecurityContextEntries::insert(Element&& element) {
+  return Map().insert(std::move(element));
+}
+inline std::size_t SecurityContextEntries::erase(const std::string& key) {
+  return map_ ? map_->erase(key) : 0;
+}
+inline void SecurityContextEntries::clear() noexcept {
+  if (map_) map_->clear();
+}
 
 // An application-context entry with its override slot.
 using ApplicationContextEntry = WrapT<std::string, std::optional<std::string>>;
