@@ -6,10 +6,10 @@
 // from the queue), so the member operations of the entries never descend either.
 #include "olma/invocation/execution_context.h"
 
-#include <string.h>
-
 #include <utility>
 #include <vector>
+
+#include "invocation/wipe.h"
 
 namespace Olma {
 namespace Core {
@@ -130,7 +130,7 @@ SecurityContextEntry& SecurityContextEntry::operator=(SecurityContextEntry&& oth
 }
 
 SecurityContextEntry::~SecurityContextEntry() {
-  explicit_bzero(value.data(), value.size());
+  Detail::Wipe(value);
 }
 
 bool SecurityContextEntry::operator==(const SecurityContextEntry& other) const {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "invocation/loopback_capture.h"
+#include "invocation/wipe.h"
 
 namespace {
 
@@ -132,3 +133,21 @@ TEST(UserPassCtxExtractor, AgreesWithCurlOnBasicCredentials) {
 }
 
 }  // namespace
+
+// A secret that shrank, or a short one moved from, leaves characters past its size in the
+// buffer; the wipe must reach them.
+TEST(Wipe, ClearsTheWholeCapacityOfStringsAndBytes) {
+  std::string shrunk = "correct horse battery staple";
+  shrunk.resize(3);
+  std::string shortOne = "hunter2";
+  std::string moved = std::move(shortOne);
+  Olma::ByteVector bytes = {1, 2, 3, 4, 5, 6, 7, 8};
+  bytes.resize(2);
+  for (std::string* text : {&shrunk, &shortOne}) {
+    Olma::Core::Detail::Wipe(*text);
+    EXPECT_EQ(text->size(), text->capacity());
+    EXPECT_EQ(text->find_first_not_of('\0'), std::string::npos) << *text;
+  }
+  Olma::Core::Detail::Wipe(bytes);
+  EXPECT_EQ(bytes, Olma::ByteVector(bytes.capacity(), 0));
+}
