@@ -50,6 +50,24 @@ std::string ProviderHelper::Checksum(const InterfaceMap& map) {
   return crc.Hexdigest();
 }
 
+InterfaceIndex::InterfaceIndex(const InterfaceMap& map) {
+  byName_.reserve(map.size());
+  for (const auto& [identifier, interface] : map) {
+    if (identifier) {
+      byName_.emplace(identifier->name(), &interface);
+    } else {
+      unnamed_ = &interface;
+    }
+  }
+}
+
+const AsyncApiInterface::PtrConstType* InterfaceIndex::Find(
+    const Core::InterfaceIdentifier* identifier) const noexcept {
+  if (!identifier) return unnamed_;
+  const auto found = byName_.find(identifier->name());
+  return found == byName_.end() ? nullptr : found->second;
+}
+
 void ProviderHelper::ReportUnknown(const Core::InterfaceIdentifier::PtrConstType& interfaceIdentifier,
                                    MessageList& messages) {
   messages.push_back(Message<CoreTag>("olma.provider.interface.unknown",

@@ -60,6 +60,41 @@ TYPED_TEST(InterfaceContainer, FindOnEmptyContainerReportsUnknownInterface) {
   EXPECT_EQ(messages.front().defaultMessage(), "Unknown interface: com.acme.x");
 }
 
+TYPED_TEST(InterfaceContainer, FindMatchesWholeNamesInEveryPublishedSnapshot) {
+  const auto container = TestFixture::Container::GetInstance({Alpha()});
+  Olma::MessageList messages;
+  ASSERT_TRUE(container->Add(Tasks(), messages));
+  ASSERT_TRUE(
+      container->Add(Api("com.acme.tasks2", {std::make_shared<OlmaTest::FakeMethod>("run")}), messages));
+  const struct {
+    const char* name;
+    bool found;
+  } cases[] = {{"com.acme.alpha", true},
+               {"com.acme.tasks", true},
+               {"com.acme.tasks2", true},
+               {"com.acme.task", false},
+               {"com.acme.tasks3", false},
+               {"com.acme.Tasks", false},
+               {"", false}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    Olma::MessageList lookup;
+    AsyncApiInterface::PtrConstType found;
+    // A fresh identifier object, as a parsed request brings.
+    EXPECT_EQ(container->Find(InterfaceIdentifier::GetInstance(c.name), found, lookup), c.found);
+    if (c.found) {
+      ASSERT_NE(found, nullptr);
+      EXPECT_EQ(found->id()->name(), c.name);
+    }
+    EXPECT_EQ(lookup.size(), c.found ? 0u : 1u);
+  }
+  AsyncApiInterface::PtrConstType found;
+  Olma::MessageList lookup;
+  EXPECT_FALSE(container->Find(nullptr, found, lookup));
+  ASSERT_EQ(lookup.size(), 1u);
+  EXPECT_EQ(lookup.front().defaultMessage(), "Unknown interface: ");
+}
+
 TYPED_TEST(InterfaceContainer, ChecksumWalksInterfacesAndMethodsInNameOrder) {
   // Pieces of the canonical text are separated by a blank; names and texts are not.
   Olma::CRC32 expected;

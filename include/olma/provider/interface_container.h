@@ -17,7 +17,8 @@
 // shared pointer and never changed once published. Add copies the map, inserts, and publishes
 // the copy with its new checksum, starting again when another Add published first; it then
 // waits until no Find can still be reading the map it replaced (SnapshotReaders). Find takes
-// no lock and no reference to the map, so lookups on several cores do not contend; ForEach
+// no lock and no reference to the map and looks the name up in a hash table built with each
+// published map (InterfaceIndex), so lookups on several cores do not contend; ForEach
 // holds its snapshot by a reference taken under a short lock, since its callback may run long
 // and may Add. A container only grows: there is no removal.
 //
@@ -42,6 +43,8 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "olma/core/export.h"
@@ -125,6 +128,21 @@ struct OLMA_API ProviderHelper {
                             MessageList& messages);
 };
 
+// The lookup table of one published map, for Find: the map's entries by identifier name in a
+// hash table, a probe where the map would take a walk through its tree. Built once per
+// published map (registration is rare); it points into the map, which must outlive it.
+class OLMA_API InterfaceIndex {
+ public:
+  explicit InterfaceIndex(const InterfaceMap& map);
+
+  // The interface registered under `identifier`'s name, or null.
+  const AsyncApiInterface::PtrConstType* Find(const Core::InterfaceIdentifier* identifier) const noexcept;
+
+ private:
+  std::unordered_map<std::string_view, const AsyncApiInterface::PtrConstType*> byName_;
+  const AsyncApiInterface::PtrConstType* unnamed_ = nullptr;  // under an empty identifier pointer
+};
+
 template <class Mutex>
 class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceContainer {
   struct PrivateTag {
@@ -152,13 +170,17 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
       const std::shared_ptr<const InterfaceMap> snapshot = Snapshot();
       auto map = std::make_shared<InterfaceMap>(*snapshot);
       if (!ProviderHelper::AddInterface(*map, interface, messages)) return false;
-      std::shared_ptr<const InterfaceMap> replaced;  // released after the lock
+      auto index = std::make_unique<const InterfaceIndex>(*map);
+      // Released after the lock.
+      std::shared_ptr<const InterfaceMap> replaced;
+      std::unique_ptr<const InterfaceIndex> replacedIndex;
       LockGuard<Mutex> guard(mutex_);
       if (state_.interfaces != snapshot) continue;  // another Add published first: redo on its map
       std::string checksum = ProviderHelper::Checksum(*map);
       state_.checksum.swap(checksum);
       replaced = std::exchange(state_.interfaces, std::move(map));
-      current_.store(state_.interfaces.get(), std::memory_order_seq_cst);
+      replacedIndex = std::exchange(state_.index, std::move(index));
+      current_.store(state_.index.get(), std::memory_order_seq_cst);
       readers_.WaitForReaders();
       return true;
     }
@@ -166,15 +188,15 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
 
   bool Find(Core::InterfaceIdentifier::PtrConstType interfaceIdentifier,
             AsyncApiInterface::PtrConstType& interface, MessageList& messages) const override {
-    const SnapshotReaders::Section reading = readers_.Enter();
-    const InterfaceMap& snapshot = *current_.load(std::memory_order_seq_cst);
-    const auto found = snapshot.find(interfaceIdentifier);
-    if (found == snapshot.end()) {
-      ProviderHelper::ReportUnknown(interfaceIdentifier, messages);
-      return false;
+    {
+      const SnapshotReaders::Section reading = readers_.Enter();
+      if (const auto* found = current_.load(std::memory_order_seq_cst)->Find(interfaceIdentifier.get())) {
+        interface = *found;
+        return true;
+      }
     }
-    interface = found->second;
-    return true;
+    ProviderHelper::ReportUnknown(interfaceIdentifier, messages);
+    return false;
   }
 
   void ForEach(const Function& function) const override {
@@ -190,13 +212,15 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
   // Only the factories can name the tag.
   explicit AsyncApiInterfaceConcurrentContainer(
       PrivateTag, std::shared_ptr<const InterfaceMap> interfaces = std::make_shared<const InterfaceMap>())
-      : state_{ProviderHelper::Checksum(*interfaces), std::move(interfaces)},
-        current_(state_.interfaces.get()) {}
+      : state_{ProviderHelper::Checksum(*interfaces), std::make_unique<const InterfaceIndex>(*interfaces),
+               std::move(interfaces)},
+        current_(state_.index.get()) {}
 
  private:
-  // A published snapshot: the map and its checksum. The map is never changed again.
+  // A published snapshot: the map, its checksum and its index. None is changed again.
   struct State {
     std::string checksum;
+    std::unique_ptr<const InterfaceIndex> index;
     std::shared_ptr<const InterfaceMap> interfaces;
   };
 
@@ -207,9 +231,9 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
 
   mutable Mutex mutex_;
   State state_;
-  // The map of state_, for Find; replaced only under mutex_, each time followed by a wait
-  // for the readers of the map it replaced.
-  std::atomic<const InterfaceMap*> current_;
+  // The index of state_, for Find; replaced only under mutex_, each time followed by a wait
+  // for the readers of the index it replaced.
+  std::atomic<const InterfaceIndex*> current_;
   SnapshotReaders readers_;
 };
 
