@@ -98,7 +98,10 @@ class OLMA_API AsyncApiResultCb {
   void operator()(const MethodResult::PtrConstType& result, const Progress& progress = Progress(),
                   const Continuation& next = Continuation());
 
-  // True while a function is held: not default-constructed, no final result yet.
+  // True while a function is held: not default-constructed, no final result yet. Like the
+  // call itself it is not locked: asking while another thread may be delivering is a data
+  // race. Whoever needs to know whether a result went out (a dispatcher racing a handler's
+  // exception against its answer) must track that itself, with an atomic flag.
   explicit operator bool() const noexcept { return static_cast<bool>(function_); }
 
  private:
