@@ -188,12 +188,17 @@ class AsyncApiInterfaceConcurrentContainer final : public AsyncApiInterfaceConta
 
   bool Find(Core::InterfaceIdentifier::PtrConstType interfaceIdentifier,
             AsyncApiInterface::PtrConstType& interface, MessageList& messages) const override {
+    AsyncApiInterface::PtrConstType found;
     {
       const SnapshotReaders::Section reading = readers_.Enter();
-      if (const auto* found = current_.load(std::memory_order_seq_cst)->Find(interfaceIdentifier.get())) {
-        interface = *found;
-        return true;
+      if (const auto* entry = current_.load(std::memory_order_seq_cst)->Find(interfaceIdentifier.get())) {
+        found = *entry;
       }
+    }
+    // Assigned outside the read section: dropping what `interface` held may run user code.
+    if (found) {
+      interface = std::move(found);
+      return true;
     }
     ProviderHelper::ReportUnknown(interfaceIdentifier, messages);
     return false;
