@@ -1,6 +1,7 @@
 #include "olma/l10n/message_builder.h"
 
 #include <memory>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,10 +52,17 @@ struct MessageBuilderRelease {
     }
   }
 
-  static void Release(MessageBuilderBase& node) {
+  static void Release(MessageBuilderBase& node) noexcept {
     Pending pending;
-    Detach(node, pending);
-    if (!pending.empty()) ReleaseTree<MessageBuilderBase>(pending, &Detach);
+    try {
+      Detach(node, pending);
+      if (!pending.empty()) ReleaseTree<MessageBuilderBase>(pending, &Detach);
+    } catch (const std::bad_alloc&) {
+      // No memory for the work list. A failed push_back leaves its builder where it was,
+      // so whatever was not handed over yet is freed the ordinary way, by its owner's
+      // destructor: recursively, but only as deep as builders are still nested, and
+      // only when memory has run out.
+    }
   }
 };
 

@@ -4,22 +4,28 @@
 // still see every block) and counts what the last release of a tree asks for.
 #include <cstddef>
 #include <cstdlib>
+#include <memory>
 #include <new>
 #include <utility>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "data/tree_test_support.h"
 #include "olma/data/definitions.h"
 #include "olma/data/values.h"
+#include "olma/l10n/message_builder.h"
 
 namespace {
 
 // Allocations made on this thread while counting is on.
 thread_local bool counting = false;
 thread_local std::size_t allocations = 0;
+// Allocations on this thread fail while this is on.
+thread_local bool exhausted = false;
 
 void* Allocate(std::size_t size) {
+  if (exhausted) return nullptr;
   if (counting) ++allocations;
   return std::malloc(size == 0 ? 1 : size);
 }
@@ -96,6 +102,25 @@ TEST(TreeRelease, FreeingValuesAndDefinitionsAllocatesNothing) {
   EXPECT_EQ(AllocationsToFree(std::move(definition)), 0u);
   EXPECT_EQ(sharedDefinition->ToString(), "LIST[OPTIONAL<STRING>]");
   EXPECT_EQ(static_cast<const ListValue&>(*shared).size(), 2u);
+}
+
+// Nested message builders are released with a work list. With no memory left for it they
+// must still all be freed (the leak check would see any that are not) and the process
+// must go on.
+TEST(TreeRelease, NestedMessageBuildersAreFreedWhenMemoryIsExhausted) {
+  using Builder = Olma::PositionalMessageBuilder;
+  auto chain = std::make_shared<const Builder>("leaf", "the end");
+  const std::weak_ptr<const Builder> leaf = chain;
+  for (int level = 0; level < 2000; ++level) {
+    chain = std::make_shared<const Builder>("level", "{1}",
+                                            std::vector<Olma::MsgArgument>{Olma::MsgArgument(chain)});
+  }
+  const std::weak_ptr<const Builder> root = chain;
+  exhausted = true;
+  chain.reset();
+  exhausted = false;
+  EXPECT_TRUE(root.expired());
+  EXPECT_TRUE(leaf.expired());
 }
 
 }  // namespace
