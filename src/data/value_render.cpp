@@ -44,8 +44,9 @@ constexpr std::string_view kSeparator = ", ";
 // The output of a rendering: written through raw pointers into a small local block, then
 // into heap blocks of a fixed size, and copied once into the caller's string at the end.
 // Nothing is ever reallocated or zero-filled on the way, so a large rendering costs its
-// text once plus one copy, and its blocks (below the allocator's threshold for fresh
-// pages) are reused from one rendering to the next.
+// text once plus one copy, and the caller's string is allocated once, at its exact size.
+// (Growing the string as the text comes would copy as much again and leave it up to twice
+// too large.)
 class TextBuffer {
  public:
   explicit TextBuffer(std::string& out) noexcept
