@@ -102,7 +102,7 @@ std::string Encode(const ByteVector& data) {
   return text;
 }
 
-ByteVector Decode(const std::string& text, std::string& error) {
+ByteVector Decode(std::string_view text, std::string& error) {
   std::size_t length = text.size();
   while (length > 0 && IsSpace(static_cast<unsigned char>(text[length - 1]))) --length;
   if (length == 0) return {};

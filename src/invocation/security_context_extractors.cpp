@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "invocation/wipe.h"
@@ -84,10 +85,8 @@ SecretString SessionSecurityContextHeaderExtractor::headerValue() const {
 SecurityContext UserPassCtxExtractor::ExtractFrom(const Header& header, MessageList& messages) {
   SecurityContext context;
   if (!CheckAuthorization(header, kBasicPrefix, kBasicPrefix.size() - 1, messages)) return context;
-  std::string encoded(header.value.substr(kBasicPrefix.size()));
   std::string error;
-  ByteVector decoded = Base64::Decode(encoded, error);
-  Detail::Wipe(encoded);
+  ByteVector decoded = Base64::Decode(header.value.substr(kBasicPrefix.size()), error);
   const auto colon = std::find(decoded.begin(), decoded.end(), std::uint8_t{':'});
   if (colon == decoded.end()) {
     Detail::Wipe(decoded);

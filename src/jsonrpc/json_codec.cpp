@@ -272,7 +272,7 @@ class Decoder {
 
   ByteVector DecodeBlob(const json::string& text) {
     std::string error;
-    ByteVector bytes = Base64::Decode(std::string(View(text)), error);
+    ByteVector bytes = Base64::Decode(View(text), error);
     if (!error.empty()) messages_.push_back(Message<CoreTag>("olma.data.bad.cast3", "String", "Blob", error));
     return bytes;
   }

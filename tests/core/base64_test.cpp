@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <string>
+#include <string_view>
 
 #include "core/external_tool.h"
 
@@ -58,6 +60,28 @@ TEST(Base64, DecodeRules) {
        {large + "TW*u", std::string("TW u"), std::string("TWFu\nTW\nFu"), std::string("TWFu-_=="),
         std::string("TW\0u", 4), std::string("TW\xC3\xA9")})
     expect(text, "", "Non-Valid Character in Base 64!");
+}
+
+TEST(Base64, DecodeReadsOnlyItsView) {
+  // Views cut out of a larger text: what follows the view must not change the result.
+  const std::string text = "TWE=TQ==TWFu";
+  const struct {
+    std::size_t offset, length;
+    std::string_view bytes;
+    const char* failure;
+  } cases[] = {{0, 4, "Ma", ""},
+               {4, 4, "M", ""},
+               {8, 4, "Man", ""},
+               {0, 3, "", "Truncated Base64!"},
+               {8, 3, "", "Truncated Base64!"},
+               {4, 3, std::string_view("M\0", 2), ""}};  // the view ends at its "="
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(text, c.offset, c.length));
+    std::string error;
+    EXPECT_EQ(Olma::Base64::Decode(std::string_view(text).substr(c.offset, c.length), error),
+              ByteVector(c.bytes.begin(), c.bytes.end()));
+    EXPECT_EQ(error, c.failure);
+  }
 }
 
 TEST(Base64, RandomGarbageNeverYieldsBytesWithAnError) {

@@ -10,6 +10,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "olma/core/byte_vector.h"
 #include "olma/core/export.h"
@@ -36,7 +37,7 @@ namespace Base64 {
 // On failure one of "Truncated Base64!", "Invalid Padding in Base 64!" or
 // "Non-Valid Character in Base 64!" is appended to `error` (whatever it held is kept in front)
 // and the result is empty. On success `error` is not touched.
-[[nodiscard]] OLMA_API ByteVector Decode(const std::string& text, std::string& error);
+[[nodiscard]] OLMA_API ByteVector Decode(std::string_view text, std::string& error);
 
 }  // namespace Base64
 }  // namespace Olma
