@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <typeinfo>
@@ -119,7 +120,7 @@ class EqualityCheck {
         if (outcome != kEqual) Open(frames.push(), outcome, first, second);
         return true;
       }
-      Prefetch(NodeAt(a), NodeAt(b));
+      Prefetch(a, b, end);
       const Outcome outcome = Pair(first, second);
       if (outcome == kDiffer) return false;
       if (outcome != kEqual) {
@@ -142,11 +143,27 @@ class EqualityCheck {
   static Node NodeAt(ListValue::const_iterator at) noexcept { return at->get(); }
   static Node NodeAt(CompoundValue::FieldMap::const_iterator at) noexcept { return at->second.get(); }
 
-  // Asks for the next pair while the current one is compared: the walk is bound by the
-  // latency of fetching scattered nodes, and the two fetches overlap with that work.
-  static void Prefetch(Node a, Node b) noexcept {
-    __builtin_prefetch(a);
-    __builtin_prefetch(b);
+  // Asks for the next pair (at `a` and `b`) while the current one is compared: the walk is
+  // bound by the latency of fetching scattered nodes, and the fetches overlap with that
+  // work. A list's elements also ask for the list nodes after them: each list node is an
+  // allocation of its own, made after the whole element it holds, so consecutive nodes lie
+  // a whole element apart and reading the next one would wait for memory at every step.
+  // (A field's map nodes lie next to each other and to their values, and finding the one
+  // after next would cost a tree step.)
+  static void Prefetch(ListValue::const_iterator a, ListValue::const_iterator b,
+                       ListValue::const_iterator end) noexcept {
+    __builtin_prefetch(NodeAt(a));
+    __builtin_prefetch(NodeAt(b));
+    const auto afterA = std::next(a);
+    if (afterA == end) return;
+    // The lists are equally long, so b has a node after it too.
+    __builtin_prefetch(&*afterA);
+    __builtin_prefetch(&*std::next(b));
+  }
+  static void Prefetch(CompoundValue::FieldMap::const_iterator a, CompoundValue::FieldMap::const_iterator b,
+                       CompoundValue::FieldMap::const_iterator) noexcept {
+    __builtin_prefetch(NodeAt(a));
+    __builtin_prefetch(NodeAt(b));
   }
 
   // Compares `a` with `b` as far as it can without a frame: leaves wholly, optionals by
