@@ -1,7 +1,9 @@
 #include "olma/transport/x_forwarded_for_parser.h"
 
+#include <charconv>
 #include <cstring>
 #include <limits>
+#include <string>
 
 namespace Api {
 namespace Utils {
@@ -20,6 +22,20 @@ bool ToCString(std::string_view text, char (&buffer)[kMaxAddressText + 1]) {
   std::memcpy(buffer, text.data(), text.size());
   buffer[text.size()] = '\0';
   return true;
+}
+
+// The text of `ip`. An IPv4 address is written here with std::to_chars: the library's
+// formatting goes through sprintf, one call per byte, which would cost more than finding the
+// address did. IPv6 keeps the library's canonical form (compressed zeros, mapped IPv4).
+std::string AddressText(const address& ip) {
+  if (!ip.is_v4()) return ip.to_string();
+  char text[16];  // "255.255.255.255"
+  char* at = text;
+  for (const unsigned char byte : ip.to_v4().to_bytes()) {
+    if (at != text) *at++ = '.';
+    at = std::to_chars(at, text + sizeof(text), static_cast<unsigned>(byte)).ptr;
+  }
+  return std::string(text, static_cast<std::size_t>(at - text));
 }
 
 // The walk shared by both headers: `parse` turns one piece into a token and says whether the
@@ -43,7 +59,7 @@ bool FindPeer(Walk walk, Parse parse, std::optional<XForwardedForParser::Forward
     }
     if (token.address.is_loopback() || (trusted != nullptr && trusted->Contains(token.address))) return true;
     peer.emplace();
-    peer->address = token.address.to_string();
+    peer->address = AddressText(token.address);
     peer->port = token.port;
     return false;
   });
