@@ -68,10 +68,10 @@ int main(int argc, char** argv) {
   // Each side frees megabytes of text per iteration. With the allocator's default, adaptive
   // thresholds, whether that memory goes back to the system (to be faulted in again, a page
   // at a time, by the next iteration) turns on a few bytes of difference in the sizes each
-  // side happens to free, and on this virtual machine a page fault costs microseconds, so
-  // whichever side tips over would measure its page faults rather than its rendering. Both
-  // sides therefore run with the heap neither trimmed nor bypassed by mmap for blocks this
-  // size; the "faults" column shows what is left.
+  // side happens to free. Where a page fault costs microseconds, as on virtual machines, the
+  // side that tips over measures its page faults rather than its rendering. Both sides
+  // therefore run with the heap neither trimmed nor bypassed by mmap for blocks this size;
+  // the "faults" column shows what is left.
   mallopt(M_TRIM_THRESHOLD, 256 << 20);
   mallopt(M_MMAP_THRESHOLD, 32 << 20);
   const Documents built;
